@@ -1,0 +1,322 @@
+/*
+ * kelsc: speech-coding primitives (libkelscpx).
+ *
+ * The one public header: element types, status codes, the version record,
+ * the speech bit-rate codes and every exported function, grouped by family.
+ *
+ * Conventions that hold for every function declared here:
+ *  - Lengths are element counts (not bytes) and must be >= 1 unless stated.
+ *  - Arguments are checked in one order: required pointers
+ *    (kelStatusNullPointer), then lengths (kelStatusBadSize), then value
+ *    arguments in argument order, then a state block's identity tag, then
+ *    allocation. The first failure is returned and nothing is written.
+ *    Exceptions are documented with the function.
+ *  - "_Sfs" functions multiply the exact result by 2^-sf, rounding to nearest
+ *    with ties to even (sf > 0) or shifting left with saturation (sf < 0),
+ *    then saturate to the destination type. "_NR" functions round halves up
+ *    and reject sf < 0 with kelStatusBadScale.
+ *  - 16-bit fractions are Q15 unless a parameter says otherwise.
+ *  - No function keeps state between calls; every function is re-entrant.
+ */
+#ifndef KELSC_H
+#define KELSC_H
+
+#include <stdint.h>
+
+#if defined(KELSC_BUILDING_LIBRARY) && defined(__GNUC__)
+#define KELSC_API __attribute__((visibility("default")))
+#else
+#define KELSC_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------------ */
+/* Element types (little-endian; complex pairs hold the real part first).   */
+/* ------------------------------------------------------------------------ */
+
+typedef uint8_t Kel8u;
+typedef int16_t Kel16s;
+typedef uint16_t Kel16u;
+typedef int32_t Kel32s;
+typedef uint32_t Kel32u;
+typedef float Kel32f;
+typedef double Kel64f;
+
+typedef struct Kel16sc {
+    Kel16s re;
+    Kel16s im;
+} Kel16sc;
+
+typedef struct Kel32sc {
+    Kel32s re;
+    Kel32s im;
+} Kel32sc;
+
+typedef struct Kel32fc {
+    Kel32f re;
+    Kel32f im;
+} Kel32fc;
+
+/* ------------------------------------------------------------------------ */
+/* Status codes. 0 is success, negative an error (nothing written), positive */
+/* a warning (all outputs written, something was limited).                  */
+/* ------------------------------------------------------------------------ */
+
+typedef int KelStatus;
+
+enum {
+    kelStatusOk = 0,
+    /* A value overflowed its range (saturating filter or dot product,
+       normalised autocorrelation energy too large, late Levinson breakdown). */
+    kelStatusOverflow = 12,
+    /* G.729 LSF decoders: first LSF raised to its lower bound (also the
+       G.723.1 LSF decoder when its stabilisation loop gives up). */
+    kelStatusLsfLowClamped = 13,
+    /* G.729 LSF decoders: last LSF lowered to its upper bound. */
+    kelStatusLsfHighClamped = 14,
+    /* G.729 LSF decoders: both bounds applied. */
+    kelStatusLsfBothClamped = 15,
+    /* A primitive built on another exported primitive got a non-zero status. */
+    kelStatusInnerError = -2,
+    /* A structural argument (size combination, power of two...) is not allowed. */
+    kelStatusBadArgument = -5,
+    /* A length is < 1 or below the function's minimum. */
+    kelStatusBadSize = -6,
+    /* A value argument (rate, mode, lag...) lies outside its range. */
+    kelStatusOutOfRange = -7,
+    /* A required pointer is null. */
+    kelStatusNullPointer = -8,
+    /* A work buffer the function allocates itself could not be allocated. */
+    kelStatusNoMemory = -9,
+    /* A coded index or lag taken from the bit stream is out of range. */
+    kelStatusBadIndex = -11,
+    /* A negative LSF was given to an LSF-to-LSP conversion. */
+    kelStatusNegativeLsf = -12,
+    /* A scale factor is outside the function's range. */
+    kelStatusBadScale = -13,
+    /* An FFT order outside 0..30. */
+    kelStatusBadFftOrder = -15,
+    /* An FFT normalisation flag that is not allowed. */
+    kelStatusBadFftFlag = -16,
+    /* A state block whose identity tag does not match the function's kind. */
+    kelStatusBadContext = -17,
+    /* A shift count < 0. */
+    kelStatusBadShift = -32,
+    /* G.728 Levinson-Durbin broke down before order 11. */
+    kelStatusIllConditioned = -117,
+    /* An echo-canceller sub-band count or block size outside 1..4097. */
+    kelStatusBadBandCount = -119
+};
+
+/* ------------------------------------------------------------------------ */
+/* Speech bit-rate codes, numbered in increasing bit rate. Each function    */
+/* accepts only the codes of its own codec (kelStatusOutOfRange otherwise). */
+/* ------------------------------------------------------------------------ */
+
+enum {
+    kelSpeechRate4750 = 0,   /* GSM-AMR MR475 */
+    kelSpeechRate5150 = 1,   /* GSM-AMR MR515 */
+    kelSpeechRate5300 = 2,   /* G.723.1 low rate */
+    kelSpeechRate5900 = 3,   /* GSM-AMR MR59 */
+    kelSpeechRate6300 = 4,   /* G.723.1 high rate */
+    kelSpeechRate6600 = 5,   /* AMR-WB 6.60 */
+    kelSpeechRate6700 = 6,   /* GSM-AMR MR67 */
+    kelSpeechRate7400 = 7,   /* GSM-AMR MR74 */
+    kelSpeechRate7950 = 8,   /* GSM-AMR MR795 */
+    kelSpeechRate8850 = 9,   /* AMR-WB 8.85 */
+    kelSpeechRate9600 = 10,  /* G.728 */
+    kelSpeechRate10200 = 11, /* GSM-AMR MR102 */
+    kelSpeechRate12200 = 12, /* GSM-AMR MR122 */
+    kelSpeechRate12650 = 13, /* AMR-WB 12.65 */
+    kelSpeechRate12800 = 14, /* G.728 */
+    kelSpeechRate14250 = 15, /* AMR-WB 14.25 */
+    kelSpeechRate15850 = 16, /* AMR-WB 15.85 */
+    kelSpeechRate16000 = 17, /* G.728, G.726 */
+    kelSpeechRate18250 = 18, /* AMR-WB 18.25 */
+    kelSpeechRate19850 = 19, /* AMR-WB 19.85 */
+    kelSpeechRate23050 = 20, /* AMR-WB 23.05 */
+    kelSpeechRate23850 = 21, /* AMR-WB 23.85 */
+    kelSpeechRate24000 = 22, /* G.726 */
+    kelSpeechRate32000 = 23, /* G.726 */
+    kelSpeechRate40000 = 24, /* G.726 */
+    kelSpeechRateDTX = 25    /* GSM-AMR MRDTX: silence descriptor */
+};
+
+/* ------------------------------------------------------------------------ */
+/* Library frame: version record and aligned memory                         */
+/* ------------------------------------------------------------------------ */
+
+typedef struct KelLibraryVersion {
+    int major;             /* 5 */
+    int minor;             /* 1 */
+    int buildMajor;        /* 133 */
+    int build;             /* 245 */
+    char cpuTag[4];        /* "px": generic-processor variant */
+    const char* name;      /* file name of the shared object */
+    const char* version;   /* "5.1.1" */
+    const char* buildDate; /* "Jun 17 2006" */
+} KelLibraryVersion;
+
+/* The static, read-only version record; the same pointer on every call. */
+KELSC_API const KelLibraryVersion* kelscGetLibVersion(void);
+
+/* At least len bytes aligned to 32 bytes, or null (also for len < 1).
+   Release with kelsFree only. */
+KELSC_API Kel8u* kelsMalloc_8u(int len);
+
+/* Releases a block from kelsMalloc_8u; null is ignored. */
+KELSC_API void kelsFree(void* ptr);
+
+/* ------------------------------------------------------------------------ */
+/* Vector arithmetic. Unless stated, source and destination may be the same */
+/* array but must not otherwise overlap.                                    */
+/* ------------------------------------------------------------------------ */
+
+/* pDst[i] = |pSrc[i]| with -32768 -> 32767. pSrc, pDst: [len]. */
+KELSC_API KelStatus kelsAbs_16s(const Kel16s* pSrc, Kel16s* pDst, int len);
+
+/* pDst[i] = sat16(pSrc1[i] + pSrc2[i]). All [len]. */
+KELSC_API KelStatus kelsAdd_16s(const Kel16s* pSrc1, const Kel16s* pSrc2, Kel16s* pDst, int len);
+/* pSrcDst[i] = sat16(pSrcDst[i] + pSrc[i]). */
+KELSC_API KelStatus kelsAdd_16s_I(const Kel16s* pSrc, Kel16s* pSrcDst, int len);
+/* pSrcDst[i] += pSrc[i] (float). */
+KELSC_API KelStatus kelsAdd_32f_I(const Kel32f* pSrc, Kel32f* pSrcDst, int len);
+/* pSrcDst[i] = (pSrcDst[i] + pSrc[i]) * 2^-sf: 64-bit sum, ties to even,
+   saturated; sf > 32 writes zeros, sf < -30 keeps only the sign. */
+KELSC_API KelStatus kelsAdd_32s_ISfs(const Kel32s* pSrc, Kel32s* pSrcDst, int len, int scaleFactor);
+
+/* pDst[i] = sat16(pSrc2[i] - pSrc1[i]): second operand minus first. */
+KELSC_API KelStatus kelsSub_16s(const Kel16s* pSrc1, const Kel16s* pSrc2, Kel16s* pDst, int len);
+/* pSrcDst[i] = sat16(pSrcDst[i] - pSrc[i]). */
+KELSC_API KelStatus kelsSub_16s_I(const Kel16s* pSrc, Kel16s* pSrcDst, int len);
+/* pSrcDst[i] -= pSrc[i] (float). */
+KELSC_API KelStatus kelsSub_32f_I(const Kel32f* pSrc, Kel32f* pSrcDst, int len);
+/* pDst[i] = (val - pSrc[i]) * 2^-sf, ties to even, saturated to 16 bits;
+   sf > 16 writes zeros, sf < -15 keeps only the sign. */
+KELSC_API KelStatus kelsSubCRev_16s_Sfs(const Kel16s* pSrc, Kel16s val, Kel16s* pDst, int len, int scaleFactor);
+
+/* pDst[i] = pSrc1[i] * pSrc2[i] (float). */
+KELSC_API KelStatus kelsMul_32f(const Kel32f* pSrc1, const Kel32f* pSrc2, Kel32f* pDst, int len);
+/* pDst[i] = pSrc1[i] * pSrc2[i] * 2^-sf (32-bit result), ties to even,
+   saturated; sf > 30 writes zeros, sf < -30 keeps only the sign. */
+KELSC_API KelStatus kelsMul_16s32s_Sfs(const Kel16s* pSrc1, const Kel16s* pSrc2, Kel32s* pDst, int len,
+                                       int scaleFactor);
+/* pSrcDst[i] = val * pSrcDst[i] * 2^-sf, ties to even, saturated to 16 bits.
+   val = 0 writes zeros; sf > 30 writes zeros; for -15 <= sf < 0 the product
+   is saturated to 16 bits before the saturating left shift; sf < -15 keeps
+   only the sign. */
+KELSC_API KelStatus kelsMulC_16s_ISfs(Kel16s val, Kel16s* pSrcDst, int len, int scaleFactor);
+/* pDst[i] = sat16((pSrc1[i] * pSrc2[i] + 2^(sf-1)) >> sf); sf >= 0. */
+KELSC_API KelStatus kelsMul_NR_16s_Sfs(const Kel16s* pSrc1, const Kel16s* pSrc2, Kel16s* pDst, int len,
+                                       int scaleFactor);
+/* pSrcDst[i] = sat16((pSrc[i] * pSrcDst[i] + 2^(sf-1)) >> sf); sf >= 0. */
+KELSC_API KelStatus kelsMul_NR_16s_ISfs(const Kel16s* pSrc, Kel16s* pSrcDst, int len, int scaleFactor);
+/* pDst[i] = sat16((pSrc[i] * val + 2^(sf-1)) >> sf); sf >= 0. */
+KELSC_API KelStatus kelsMulC_NR_16s_Sfs(const Kel16s* pSrc, Kel16s val, Kel16s* pDst, int len, int scaleFactor);
+/* pSrcDst[i] = sat16((pSrcDst[i] * val + 2^(sf-1)) >> sf); sf >= 0. */
+KELSC_API KelStatus kelsMulC_NR_16s_ISfs(Kel16s val, Kel16s* pSrcDst, int len, int scaleFactor);
+/* Bandwidth expansion pDst[i] = pSrc[i] * val^i: pDst[0] = pSrc[0]; then
+   with p = val, pDst[i] = (pSrc[i] * p + 2^(sf-1)) >> sf and
+   p = (p * val + 2^(sf-1)) >> sf (16 bits). Typical: Q12 LP coefficients,
+   val a Q15 factor, sf 15. Checks sf < 0 (kelStatusBadScale) before
+   len < 1 (kelStatusBadSize). */
+KELSC_API KelStatus kelsMulPowerC_NR_16s_Sfs(const Kel16s* pSrc, Kel16s val, Kel16s* pDst, int len, int scaleFactor);
+
+/* Logical left shift by val, dropping the bits shifted out. */
+KELSC_API KelStatus kelsLShiftC_16s(const Kel16s* pSrc, int val, Kel16s* pDst, int len);
+KELSC_API KelStatus kelsLShiftC_16s_I(int val, Kel16s* pSrcDst, int len);
+KELSC_API KelStatus kelsLShiftC_16u(const Kel16u* pSrc, int val, Kel16u* pDst, int len);
+/* val > 15 zero-fills the vector before any other check (as kelsZero_16s). */
+KELSC_API KelStatus kelsLShiftC_16u_I(int val, Kel16u* pSrcDst, int len);
+/* val > 31 zero-fills the vector before any other check (as kelsZero_32s). */
+KELSC_API KelStatus kelsLShiftC_32s_I(int val, Kel32s* pSrcDst, int len);
+/* Arithmetic right shift by val; val above 15 (31) leaves the sign (0/-1). */
+KELSC_API KelStatus kelsRShiftC_16s(const Kel16s* pSrc, int val, Kel16s* pDst, int len);
+KELSC_API KelStatus kelsRShiftC_16s_I(int val, Kel16s* pSrcDst, int len);
+KELSC_API KelStatus kelsRShiftC_32s_I(int val, Kel32s* pSrcDst, int len);
+
+/* *pSum = sum(pSrc[0..len-1]) * 2^-sf, 64-bit sum, ties to even, saturated
+   to 16 bits (the 32-bit result of kelsSum_16s32s_Sfs, saturated). */
+KELSC_API KelStatus kelsSum_16s_Sfs(const Kel16s* pSrc, int len, Kel16s* pSum, int scaleFactor);
+/* As above with a 32-bit result; sf is clamped to -31..63. */
+KELSC_API KelStatus kelsSum_16s32s_Sfs(const Kel16s* pSrc, int len, Kel32s* pSum, int scaleFactor);
+/* Sum of 32-bit values in 64 bits; sf clamped to -31..63. */
+KELSC_API KelStatus kelsSum_32s_Sfs(const Kel32s* pSrc, int len, Kel32s* pSum, int scaleFactor);
+
+/* *pDp = sum(pSrc1[i] * pSrc2[i]) * 2^-sf, 64-bit accumulation, sf clamped
+   to -31..31, ties to even, saturated to 32 bits. */
+KELSC_API KelStatus kelsDotProd_16s32s_Sfs(const Kel16s* pSrc1, const Kel16s* pSrc2, int len, Kel32s* pDp,
+                                           int scaleFactor);
+/* Self-scaling dot product: *pDp = (pSrc1[0] >> s1) * (pSrc2[0] >> s2)
+   + sum over i >= 1 of 2 * (pSrc1[i] >> s1) * (pSrc2[i] >> s2), with the
+   shifts raised (second input first, alternating) until it fits 32 bits;
+   *pShift = s1 + s2. The first term is not doubled. len <= 32767. */
+KELSC_API KelStatus kelsDotProdAutoScale_16s32s_Sfs(const Kel16s* pSrc1, const Kel16s* pSrc2, int len, Kel32s* pDp,
+                                                    int* pShift);
+
+/* Block normalisation. *pScale in: the headroom h >= 0 (kelStatusBadScale
+   if negative). Out: n - h, where n left shifts bring the largest magnitude
+   to at least 16384; each output is (x << n) >> h. All-zero input gives
+   zeros and 16 - h. */
+KELSC_API KelStatus kelsAutoScale_16s(const Kel16s* pSrc, Kel16s* pDst, int len, int* pScale);
+KELSC_API KelStatus kelsAutoScale_16s_I(Kel16s* pSrcDst, int len, int* pScale);
+
+/* 1/sqrt(x) by 48-segment table interpolation (the G.729 Inv_sqrt):
+   x in Q0..Q31 as the basic operator takes it; x <= 0 gives 1073741823. */
+KELSC_API KelStatus kelsInvSqrt_32s_I(Kel32s* pSrcDst, int len);
+
+/* pDst[i] = (re^2 + im^2) * 2^-sf as an unsigned 64-bit value, truncated
+   (sf > 0), saturated to 2147483647; never negative. */
+KELSC_API KelStatus kelsMagSquared_32sc32s_Sfs(const Kel32sc* pSrc, Kel32s* pDst, int len, int scaleFactor);
+
+/* Extrema. */
+KELSC_API KelStatus kelsMax_16s(const Kel16s* pSrc, int len, Kel16s* pMax);
+KELSC_API KelStatus kelsMin_16s(const Kel16s* pSrc, int len, Kel16s* pMin);
+KELSC_API KelStatus kelsMax_32s(const Kel32s* pSrc, int len, Kel32s* pMax);
+/* Maximum and the index of its first occurrence; pIndex may be null. */
+KELSC_API KelStatus kelsMaxIndx_32s(const Kel32s* pSrc, int len, Kel32s* pMax, int* pIndex);
+/* Minimum and the index of its first occurrence; pIndex may be null. */
+KELSC_API KelStatus kelsMinIndx_16s(const Kel16s* pSrc, int len, Kel16s* pMin, int* pIndex);
+
+/* Conversions. */
+KELSC_API KelStatus kelsConvert_16s32s(const Kel16s* pSrc, Kel32s* pDst, int len);
+KELSC_API KelStatus kelsConvert_16s32f(const Kel16s* pSrc, Kel32f* pDst, int len);
+KELSC_API KelStatus kelsConvert_32s32f(const Kel32s* pSrc, Kel32f* pDst, int len);
+/* Saturates to +-3.4028235e38; NaN becomes -3.4028235e38. */
+KELSC_API KelStatus kelsConvert_64f32f(const Kel64f* pSrc, Kel32f* pDst, int len);
+/* pDst[i] = pSrc[i] * 2^-sf saturated (NaN counts as below the minimum);
+   roundMode 1 rounds halves away from zero, any other value truncates. */
+KELSC_API KelStatus kelsConvert_32f16s_Sfs(const Kel32f* pSrc, Kel16s* pDst, int len, int roundMode, int scaleFactor);
+KELSC_API KelStatus kelsConvert_32f32s_Sfs(const Kel32f* pSrc, Kel32s* pDst, int len, int roundMode, int scaleFactor);
+
+/* Fill and copy. */
+KELSC_API KelStatus kelsZero_8u(Kel8u* pDst, int len);
+KELSC_API KelStatus kelsZero_16s(Kel16s* pDst, int len);
+KELSC_API KelStatus kelsZero_16sc(Kel16sc* pDst, int len);
+KELSC_API KelStatus kelsZero_32s(Kel32s* pDst, int len);
+KELSC_API KelStatus kelsZero_32f(Kel32f* pDst, int len);
+KELSC_API KelStatus kelsSet_16s(Kel16s val, Kel16s* pDst, int len);
+KELSC_API KelStatus kelsSet_32s(Kel32s val, Kel32s* pDst, int len);
+/* Copy: pSrc and pDst must not overlap. */
+KELSC_API KelStatus kelsCopy_16s(const Kel16s* pSrc, Kel16s* pDst, int len);
+KELSC_API KelStatus kelsCopy_32f(const Kel32f* pSrc, Kel32f* pDst, int len);
+/* Move: pSrc and pDst may overlap. */
+KELSC_API KelStatus kelsMove_16s(const Kel16s* pSrc, Kel16s* pDst, int len);
+KELSC_API KelStatus kelsMove_32f(const Kel32f* pSrc, Kel32f* pDst, int len);
+
+/* G.711 companding, as the ITU-T G.191 reference coder. The encoders take
+   full 16-bit linear samples (u-law uses the top 14 bits, A-law the top 13);
+   the expanders return 16-bit linear samples. Codes are one per byte. */
+KELSC_API KelStatus kelsLinToMuLaw_16s8u(const Kel16s* pSrc, Kel8u* pDst, int len);
+KELSC_API KelStatus kelsLinToALaw_16s8u(const Kel16s* pSrc, Kel8u* pDst, int len);
+KELSC_API KelStatus kelsMuLawToLin_8u16s(const Kel8u* pSrc, Kel16s* pDst, int len);
+KELSC_API KelStatus kelsALawToLin_8u16s(const Kel8u* pSrc, Kel16s* pDst, int len);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* KELSC_H */
