@@ -13,25 +13,32 @@
 // no instrumentation, no calls through the PLT.
 #define KEL_RESOLVER_SAFE __attribute__((no_sanitize("address", "undefined"), always_inline))
 
-static inline KEL_RESOLVER_SAFE bool detectAvx2() {
+// Which of the wider variants the processor and the operating system
+// support: 0 none, 1 AVX2, 2 AVX-512 F/BW/VL as well.
+static inline KEL_RESOLVER_SAFE int detectLevel() {
     unsigned a = 0, b = 0, c = 0, d = 0;
-    if (!__get_cpuid(1, &a, &b, &c, &d)) return false;
-    if (!(c & bit_OSXSAVE) || !(c & bit_AVX)) return false;
-    unsigned lo = 0, hi = 0;
-    __asm__ volatile("xgetbv" : "=a"(lo), "=d"(hi) : "c"(0));
-    if ((lo & 6) != 6) return false;  // XMM and YMM state enabled by the OS
-    if (__get_cpuid_max(0, nullptr) < 7) return false;
+    if (!__get_cpuid(1, &a, &b, &c, &d)) return 0;
+    if (!(c & bit_OSXSAVE) || !(c & bit_AVX)) return 0;
+    unsigned xcr0 = 0, xcr0hi = 0;
+    __asm__ volatile("xgetbv" : "=a"(xcr0), "=d"(xcr0hi) : "c"(0));
+    if ((xcr0 & 0x06) != 0x06) return 0;  // XMM and YMM state enabled by the OS
+    if (__get_cpuid_max(0, nullptr) < 7) return 0;
     __cpuid_count(7, 0, a, b, c, d);
-    return (b & bit_AVX2) != 0;
+    if (!(b & bit_AVX2)) return 0;
+    const unsigned avx512 = bit_AVX512F | bit_AVX512BW | bit_AVX512VL;
+    if ((b & avx512) != avx512 || (xcr0 & 0xe6) != 0xe6) return 1;  // opmask and ZMM state too
+    return 2;
 }
 
 namespace kel {
-bool cpuHasAvx2() { return detectAvx2(); }
+bool cpuHasAvx2() { return detectLevel() >= 1; }
+bool cpuHasAvx512() { return detectLevel() >= 2; }
 }  // namespace kel
 
 #define KEL_VEC_RESOLVE(ret, name, params, args)                                                             \
     extern "C" __attribute__((used, no_sanitize("address", "undefined"))) ret(*kelResolve_##name()) params { \
-        return detectAvx2() ? kel::avx2::name : kel::base::name;                                             \
+        const int level = detectLevel();                                                                     \
+        return level == 2 ? kel::avx512::name : (level == 1 ? kel::avx2::name : kel::base::name);            \
     }                                                                                                        \
     namespace kel::vec {                                                                                     \
     ret name params __attribute__((ifunc("kelResolve_" #name)));                                             \

@@ -27,48 +27,127 @@
 namespace kel {
 namespace KEL_VEC_NS {
 
-void add_16s(const Kel16s* a, const Kel16s* b, Kel16s* d, int n) {
-    int i = 0;
-#if defined(__AVX2__)
-    for (; i + 16 <= n; i += 16) {
-        const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a + i));
-        const __m256i y = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b + i));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i), _mm256_adds_epi16(x, y));
-    }
+// The widest integer vector of this build, with the few operations that the
+// compiler does not find by itself. Each operation acts on 16-bit or 32-bit
+// lanes; unpack and pack work within 128-bit blocks, so an unpack followed
+// by a pack restores the element order.
+#if defined(__AVX512BW__)
+#define KEL_SIMD 1
+using VecI = __m512i;
+inline VecI vload(const void* p) { return _mm512_loadu_si512(p); }
+inline void vstore(void* p, VecI v) { _mm512_storeu_si512(p, v); }
+inline VecI adds16(VecI a, VecI b) { return _mm512_adds_epi16(a, b); }
+inline VecI subs16(VecI a, VecI b) { return _mm512_subs_epi16(a, b); }
+inline VecI sll16(VecI a, __m128i n) { return _mm512_sll_epi16(a, n); }
+inline VecI sra16(VecI a, __m128i n) { return _mm512_sra_epi16(a, n); }
+inline VecI sra32(VecI a, __m128i n) { return _mm512_sra_epi32(a, n); }
+inline VecI mullo16(VecI a, VecI b) { return _mm512_mullo_epi16(a, b); }
+inline VecI mulhi16(VecI a, VecI b) { return _mm512_mulhi_epi16(a, b); }
+inline VecI unpacklo16(VecI a, VecI b) { return _mm512_unpacklo_epi16(a, b); }
+inline VecI unpackhi16(VecI a, VecI b) { return _mm512_unpackhi_epi16(a, b); }
+inline VecI packs32(VecI a, VecI b) { return _mm512_packs_epi32(a, b); }
+inline VecI add32(VecI a, VecI b) { return _mm512_add_epi32(a, b); }
+inline VecI set32(int32_t v) { return _mm512_set1_epi32(v); }
+inline VecI set16(Kel16s v) { return _mm512_set1_epi16(v); }
+inline VecI max16(VecI a, VecI b) { return _mm512_max_epi16(a, b); }
+inline VecI cmpeq16(VecI a, VecI b) { return _mm512_movm_epi16(_mm512_cmpeq_epi16_mask(a, b)); }
+inline VecI xor16(VecI a, VecI b) { return _mm512_xor_si512(a, b); }
+inline VecI zero() { return _mm512_setzero_si512(); }
+// Rounded Q15 product (x * y + 2^14) >> 15; only -32768 * -32768 wraps.
+inline VecI mulhrs16(VecI a, VecI b) { return _mm512_mulhrs_epi16(a, b); }
+#elif defined(__AVX2__)
+#define KEL_SIMD 1
+using VecI = __m256i;
+inline VecI vload(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
+inline void vstore(void* p, VecI v) { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
+inline VecI adds16(VecI a, VecI b) { return _mm256_adds_epi16(a, b); }
+inline VecI subs16(VecI a, VecI b) { return _mm256_subs_epi16(a, b); }
+inline VecI sll16(VecI a, __m128i n) { return _mm256_sll_epi16(a, n); }
+inline VecI sra16(VecI a, __m128i n) { return _mm256_sra_epi16(a, n); }
+inline VecI sra32(VecI a, __m128i n) { return _mm256_sra_epi32(a, n); }
+inline VecI mullo16(VecI a, VecI b) { return _mm256_mullo_epi16(a, b); }
+inline VecI mulhi16(VecI a, VecI b) { return _mm256_mulhi_epi16(a, b); }
+inline VecI unpacklo16(VecI a, VecI b) { return _mm256_unpacklo_epi16(a, b); }
+inline VecI unpackhi16(VecI a, VecI b) { return _mm256_unpackhi_epi16(a, b); }
+inline VecI packs32(VecI a, VecI b) { return _mm256_packs_epi32(a, b); }
+inline VecI add32(VecI a, VecI b) { return _mm256_add_epi32(a, b); }
+inline VecI set32(int32_t v) { return _mm256_set1_epi32(v); }
+inline VecI set16(Kel16s v) { return _mm256_set1_epi16(v); }
+inline VecI max16(VecI a, VecI b) { return _mm256_max_epi16(a, b); }
+inline VecI cmpeq16(VecI a, VecI b) { return _mm256_cmpeq_epi16(a, b); }
+inline VecI xor16(VecI a, VecI b) { return _mm256_xor_si256(a, b); }
+inline VecI zero() { return _mm256_setzero_si256(); }
+// Rounded Q15 product (x * y + 2^14) >> 15; only -32768 * -32768 wraps.
+inline VecI mulhrs16(VecI a, VecI b) { return _mm256_mulhrs_epi16(a, b); }
 #elif defined(__SSE2__)
-    for (; i + 8 <= n; i += 8) {
-        const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + i));
-        const __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + i));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i), _mm_adds_epi16(x, y));
-    }
+#define KEL_SIMD 1
+using VecI = __m128i;
+inline VecI vload(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
+inline void vstore(void* p, VecI v) { _mm_storeu_si128(static_cast<__m128i*>(p), v); }
+inline VecI adds16(VecI a, VecI b) { return _mm_adds_epi16(a, b); }
+inline VecI subs16(VecI a, VecI b) { return _mm_subs_epi16(a, b); }
+inline VecI sll16(VecI a, __m128i n) { return _mm_sll_epi16(a, n); }
+inline VecI sra16(VecI a, __m128i n) { return _mm_sra_epi16(a, n); }
+inline VecI sra32(VecI a, __m128i n) { return _mm_sra_epi32(a, n); }
+inline VecI mullo16(VecI a, VecI b) { return _mm_mullo_epi16(a, b); }
+inline VecI mulhi16(VecI a, VecI b) { return _mm_mulhi_epi16(a, b); }
+inline VecI unpacklo16(VecI a, VecI b) { return _mm_unpacklo_epi16(a, b); }
+inline VecI unpackhi16(VecI a, VecI b) { return _mm_unpackhi_epi16(a, b); }
+inline VecI packs32(VecI a, VecI b) { return _mm_packs_epi32(a, b); }
+inline VecI add32(VecI a, VecI b) { return _mm_add_epi32(a, b); }
+inline VecI set32(int32_t v) { return _mm_set1_epi32(v); }
+inline VecI set16(Kel16s v) { return _mm_set1_epi16(v); }
+inline VecI max16(VecI a, VecI b) { return _mm_max_epi16(a, b); }
+inline VecI cmpeq16(VecI a, VecI b) { return _mm_cmpeq_epi16(a, b); }
+inline VecI xor16(VecI a, VecI b) { return _mm_xor_si128(a, b); }
+inline VecI zero() { return _mm_setzero_si128(); }
 #endif
-    for (; i < n; ++i) d[i] = add(a[i], b[i]);
+
+#if defined(KEL_SIMD)
+constexpr int kLanes16 = sizeof(VecI) / 2;
+#endif
+
+// The loop of every streaming kernel: element-wise until the destination
+// reaches a vector boundary (split stores cost more than anything else in
+// these loops), then whole vectors, then the remainder element-wise.
+#if defined(KEL_SIMD)
+#define KEL_VECTOR(...) [=](int i) { __VA_ARGS__; }
+#else
+#define KEL_VECTOR(...) nullptr
+#endif
+template <typename T, typename Scalar, typename Vector>
+inline void stream(T* d, int n, Scalar scalar, Vector vector) {
+    int i = 0;
+#if defined(KEL_SIMD)
+    constexpr int lanes = sizeof(VecI) / sizeof(T);
+    const int misalign = static_cast<int>(reinterpret_cast<uintptr_t>(d) % sizeof(VecI));
+    int head = misalign % sizeof(T) != 0 ? n : static_cast<int>((sizeof(VecI) - misalign) % sizeof(VecI) / sizeof(T));
+    head = head < n ? head : n;
+    for (; i < head; ++i) scalar(i);
+    for (; i + lanes <= n; i += lanes) vector(i);
+#else
+    (void)d;
+    (void)vector;
+#endif
+    for (; i < n; ++i) scalar(i);
+}
+
+void add_16s(const Kel16s* a, const Kel16s* b, Kel16s* d, int n) {
+    stream(
+        d, n, [=](int i) { d[i] = add(a[i], b[i]); }, KEL_VECTOR(vstore(d + i, adds16(vload(a + i), vload(b + i)))));
 }
 
 // d = b - a (second minus first).
 void sub_16s(const Kel16s* a, const Kel16s* b, Kel16s* d, int n) {
-    int i = 0;
-#if defined(__AVX2__)
-    for (; i + 16 <= n; i += 16) {
-        const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a + i));
-        const __m256i y = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b + i));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i), _mm256_subs_epi16(y, x));
-    }
-#elif defined(__SSE2__)
-    for (; i + 8 <= n; i += 8) {
-        const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + i));
-        const __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + i));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i), _mm_subs_epi16(y, x));
-    }
-#endif
-    for (; i < n; ++i) d[i] = sub(b[i], a[i]);
+    stream(
+        d, n, [=](int i) { d[i] = sub(b[i], a[i]); }, KEL_VECTOR(vstore(d + i, subs16(vload(b + i), vload(a + i)))));
 }
 
+// |x| as max(x, 0 -sat x), which maps -32768 to 32767.
 void abs_16s(const Kel16s* s, Kel16s* d, int n) {
-    for (int i = 0; i < n; ++i) {
-        const int32_t v = s[i] < 0 ? -int32_t{s[i]} : s[i];
-        d[i] = static_cast<Kel16s>(v > kMax16 ? kMax16 : v);
-    }
+    stream(
+        d, n, [=](int i) { d[i] = abs_s(s[i]); },
+        KEL_VECTOR(const VecI x = vload(s + i); vstore(d + i, max16(x, subs16(zero(), x)))));
 }
 
 void add_32f(const Kel32f* a, const Kel32f* b, Kel32f* d, int n) {
@@ -83,32 +162,74 @@ void mul_32f(const Kel32f* a, const Kel32f* b, Kel32f* d, int n) {
     for (int i = 0; i < n; ++i) d[i] = a[i] * b[i];
 }
 
-// Round-half-up products, 0 <= sf. Up to sf = 30 the rounded product fits
-// 32 bits; beyond that the 64-bit form is used.
-void mulNR_16s(const Kel16s* a, const Kel16s* b, Kel16s* d, int n, int sf) {
-    if (sf == 0) {
-        for (int i = 0; i < n; ++i) d[i] = sat16(int32_t{a[i]} * b[i]);
-    } else if (sf <= 30) {
-        const int32_t rnd = int32_t{1} << (sf - 1);
-        for (int i = 0; i < n; ++i) d[i] = sat16((int32_t{a[i]} * b[i] + rnd) >> sf);
-    } else {
-        const int sh = sf > 62 ? 62 : sf;
-        const int64_t rnd = int64_t{1} << (sh - 1);
-        for (int i = 0; i < n; ++i) d[i] = sat16((int64_t{a[i]} * b[i] + rnd) >> sh);
+#if defined(KEL_SIMD)
+// (x * y + rnd) >> sf saturated, sf 0..30: 32-bit products from the low and
+// high halves, shifted, then packed back with saturation.
+inline VecI mulRound16(VecI x, VecI y, VecI rnd, __m128i sh) {
+    const VecI lo = mullo16(x, y), hi = mulhi16(x, y);
+    const VecI p0 = sra32(add32(unpacklo16(lo, hi), rnd), sh);
+    const VecI p1 = sra32(add32(unpackhi16(lo, hi), rnd), sh);
+    return packs32(p0, p1);
+}
+#endif
+
+// (x * y + rnd) >> sf saturated to 16 bits, 0 <= sf. Up to sf = 30 the
+// rounded product fits 32 bits; beyond that the 64-bit form is used. The
+// vector form takes sf 0..30; at sf 15 it is the rounded Q15 product, whose
+// one wrapping case (-32768 * -32768) is flipped to 32767.
+template <typename Second>
+inline void mulRoundKernel(const Kel16s* a, Second second, Kel16s* d, int n, int sf) {
+    const int sh = sf > 62 ? 62 : sf;
+    const int64_t rnd64 = sh > 0 ? int64_t{1} << (sh - 1) : 0;
+    const auto scalar = [=](int i) { d[i] = sat16((int64_t{a[i]} * second.at(i) + rnd64) >> sh); };
+#if defined(KEL_SIMD)
+    if (sf <= 30) {
+#if defined(__SSSE3__)
+        if (sf == 15) {
+            const VecI wrapped = set16(kMin16);
+            stream(d, n, scalar, [=](int i) {
+                const VecI r = mulhrs16(vload(a + i), second.vec(i));
+                vstore(d + i, xor16(r, cmpeq16(r, wrapped)));
+            });
+            return;
+        }
+#endif
+        const VecI rnd = set32(static_cast<int32_t>(rnd64));
+        const __m128i count = _mm_cvtsi32_si128(sf);
+        stream(d, n, scalar, [=](int i) { vstore(d + i, mulRound16(vload(a + i), second.vec(i), rnd, count)); });
+        return;
     }
+#endif
+    for (int i = 0; i < n; ++i) scalar(i);
+}
+
+// The second operand of a product: a vector, or a constant.
+struct VectorOperand {
+    const Kel16s* p;
+    Kel16s at(int i) const { return p[i]; }
+#if defined(KEL_SIMD)
+    VecI vec(int i) const { return vload(p + i); }
+#endif
+};
+struct ConstantOperand {
+    Kel16s v;
+#if defined(KEL_SIMD)
+    VecI broadcast;
+    VecI vec(int) const { return broadcast; }
+#endif
+    Kel16s at(int) const { return v; }
+};
+
+void mulNR_16s(const Kel16s* a, const Kel16s* b, Kel16s* d, int n, int sf) {
+    mulRoundKernel(a, VectorOperand{b}, d, n, sf);
 }
 
 void mulCNR_16s(const Kel16s* a, Kel16s v, Kel16s* d, int n, int sf) {
-    if (sf == 0) {
-        for (int i = 0; i < n; ++i) d[i] = sat16(int32_t{a[i]} * v);
-    } else if (sf <= 30) {
-        const int32_t rnd = int32_t{1} << (sf - 1);
-        for (int i = 0; i < n; ++i) d[i] = sat16((int32_t{a[i]} * v + rnd) >> sf);
-    } else {
-        const int sh = sf > 62 ? 62 : sf;
-        const int64_t rnd = int64_t{1} << (sh - 1);
-        for (int i = 0; i < n; ++i) d[i] = sat16((int64_t{a[i]} * v + rnd) >> sh);
-    }
+#if defined(KEL_SIMD)
+    mulRoundKernel(a, ConstantOperand{v, set16(v)}, d, n, sf);
+#else
+    mulRoundKernel(a, ConstantOperand{v}, d, n, sf);
+#endif
 }
 
 // 32-bit products scaled, -30 <= sf <= 30.
@@ -144,12 +265,22 @@ void mulC_16s(Kel16s v, const Kel16s* s, Kel16s* d, int n, int sf) {
 
 // Logical left shift of 16-bit patterns, 0 <= sh <= 15.
 void lshift_16u(const Kel16u* s, int sh, Kel16u* d, int n) {
-    for (int i = 0; i < n; ++i) d[i] = static_cast<Kel16u>(s[i] << sh);
+#if defined(KEL_SIMD)
+    const __m128i count = _mm_cvtsi32_si128(sh);
+#endif
+    stream(
+        d, n, [=](int i) { d[i] = static_cast<Kel16u>(s[i] << sh); },
+        KEL_VECTOR(vstore(d + i, sll16(vload(s + i), count))));
 }
 
 // Arithmetic right shift, 0 <= sh <= 15.
 void rshift_16s(const Kel16s* s, int sh, Kel16s* d, int n) {
-    for (int i = 0; i < n; ++i) d[i] = static_cast<Kel16s>(s[i] >> sh);
+#if defined(KEL_SIMD)
+    const __m128i count = _mm_cvtsi32_si128(sh);
+#endif
+    stream(
+        d, n, [=](int i) { d[i] = static_cast<Kel16s>(s[i] >> sh); },
+        KEL_VECTOR(vstore(d + i, sra16(vload(s + i), count))));
 }
 
 // Logical left shift of 32-bit patterns, 0 <= sh <= 31.
@@ -185,27 +316,41 @@ int64_t sum_32s(const Kel32s* s, int n) {
 int64_t dot_16s(const Kel16s* a, const Kel16s* b, int n) {
     int64_t total = 0;
     int i = 0;
-#if defined(__AVX2__)
+#if defined(__AVX512BW__) || defined(__AVX2__)
     // vpmaddwd adds two products in 32 bits; that sum overflows only when
     // all four operands are -32768 (2^31 reads back as -2^31, a value no
     // other pair can produce). Such lanes are counted and corrected by 2^32.
-    const __m256i minLane = _mm256_set1_epi32(kMin32);
-    __m256i acc = _mm256_setzero_si256();
-    __m256i wrapped = _mm256_setzero_si256();
-    for (; i + 16 <= n; i += 16) {
-        const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a + i));
-        const __m256i y = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b + i));
-        const __m256i p = _mm256_madd_epi16(x, y);
+#if defined(__AVX512BW__)
+    using Vec64 = __m512i;
+    const VecI minLane = set32(kMin32);
+    Vec64 acc = _mm512_setzero_si512();
+    VecI wrapped = _mm512_setzero_si512();
+    const VecI one = set32(1);
+    for (; i + kLanes16 <= n; i += kLanes16) {
+        const VecI p = _mm512_madd_epi16(vload(a + i), vload(b + i));
+        const __mmask16 m = _mm512_cmpeq_epi32_mask(p, minLane);
+        wrapped = _mm512_mask_add_epi32(wrapped, m, wrapped, one);
+        acc = _mm512_add_epi64(acc, _mm512_cvtepi32_epi64(_mm512_castsi512_si256(p)));
+        acc = _mm512_add_epi64(acc, _mm512_cvtepi32_epi64(_mm512_extracti64x4_epi64(p, 1)));
+    }
+#else
+    using Vec64 = __m256i;
+    const VecI minLane = set32(kMin32);
+    Vec64 acc = _mm256_setzero_si256();
+    VecI wrapped = _mm256_setzero_si256();
+    for (; i + kLanes16 <= n; i += kLanes16) {
+        const VecI p = _mm256_madd_epi16(vload(a + i), vload(b + i));
         wrapped = _mm256_sub_epi32(wrapped, _mm256_cmpeq_epi32(p, minLane));
         acc = _mm256_add_epi64(acc, _mm256_cvtepi32_epi64(_mm256_castsi256_si128(p)));
         acc = _mm256_add_epi64(acc, _mm256_cvtepi32_epi64(_mm256_extracti128_si256(p, 1)));
     }
-    alignas(32) int64_t lanes[4];
-    alignas(32) int32_t counts[8];
-    _mm256_store_si256(reinterpret_cast<__m256i*>(lanes), acc);
-    _mm256_store_si256(reinterpret_cast<__m256i*>(counts), wrapped);
-    for (int k = 0; k < 4; ++k) total += lanes[k];
-    for (int k = 0; k < 8; ++k) total += int64_t{counts[k]} << 32;
+#endif
+    alignas(64) int64_t lanes[sizeof(Vec64) / 8];
+    alignas(64) int32_t counts[sizeof(VecI) / 4];
+    memcpy(lanes, &acc, sizeof(lanes));
+    memcpy(counts, &wrapped, sizeof(counts));
+    for (int64_t v : lanes) total += v;
+    for (int32_t c : counts) total += int64_t{c} * (int64_t{1} << 32);
 #endif
     for (; i < n; ++i) total += int32_t{a[i]} * b[i];
     return total;

@@ -48,8 +48,13 @@ KEL_VEC_KERNELS(KEL_VEC_DECLARE)
 namespace avx2 {
 KEL_VEC_KERNELS(KEL_VEC_DECLARE)
 }
-// True when the processor and the operating system support AVX2.
+namespace avx512 {
+KEL_VEC_KERNELS(KEL_VEC_DECLARE)
+}
+// True when the processor and the operating system support AVX2, and
+// AVX-512 F/BW/VL with the 512-bit register state.
 bool cpuHasAvx2();
+bool cpuHasAvx512();
 #endif
 // Entry points bound once per process to the best variant.
 namespace vec {

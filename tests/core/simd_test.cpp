@@ -22,6 +22,8 @@ struct Variant {
     decltype(&kel::base::sub_16s) sub;
     decltype(&kel::base::abs_16s) abs;
     decltype(&kel::base::mulNR_16s) mulNR;
+    decltype(&kel::base::mulCNR_16s) mulCNR;
+    decltype(&kel::base::lshift_16u) lshift;
     decltype(&kel::base::mul_16s32s) mul32;
     decltype(&kel::base::mulC_16s) mulC;
     decltype(&kel::base::rshift_16s) rshift;
@@ -36,15 +38,17 @@ struct Variant {
 
 #define KEL_VARIANT(ns, avail)                                                                                     \
     Variant {                                                                                                      \
-#ns, avail, kel::ns::add_16s, kel::ns::sub_16s, kel::ns::abs_16s, kel::ns::mulNR_16s, kel::ns::mul_16s32s, \
-            kel::ns::mulC_16s, kel::ns::rshift_16s, kel::ns::lshift_32s, kel::ns::sum_16s, kel::ns::dot_16s,       \
-            kel::ns::max_16s, kel::ns::min_16s, kel::ns::max_32s, kel::ns::maxAbs_16s                              \
+#ns, avail, kel::ns::add_16s, kel::ns::sub_16s, kel::ns::abs_16s, kel::ns::mulNR_16s, kel::ns::mulCNR_16s, \
+            kel::ns::lshift_16u, kel::ns::mul_16s32s, kel::ns::mulC_16s, kel::ns::rshift_16s, kel::ns::lshift_32s, \
+            kel::ns::sum_16s, kel::ns::dot_16s, kel::ns::max_16s, kel::ns::min_16s, kel::ns::max_32s,              \
+            kel::ns::maxAbs_16s                                                                                    \
     }
 
 std::vector<Variant> variants() {
     std::vector<Variant> v = {KEL_VARIANT(base, true), KEL_VARIANT(vec, true)};
 #if defined(KEL_HAVE_AVX2_VARIANT)
     v.push_back(KEL_VARIANT(avx2, kel::cpuHasAvx2()));
+    v.push_back(KEL_VARIANT(avx512, kel::cpuHasAvx512()));
 #endif
     return v;
 }
@@ -78,7 +82,11 @@ TEST_P(SimdKernels, BitIdenticalToScalarModel) {
             k.add(a.data(), b.data(), add.data(), n);
             k.sub(a.data(), b.data(), sub.data(), n);
             k.abs(a.data(), abs.data(), n);
-            k.mulNR(a.data(), b.data(), nr.data(), n, 15);
+            const int sf = (n + pass) % 5 == 0 ? 0 : (n * 7 + pass) % 31;  // 0..30 across the runs
+            V16 nc(n), ls16(n);
+            k.mulNR(a.data(), b.data(), nr.data(), n, sf);
+            k.mulCNR(a.data(), b[0], nc.data(), n, sf);
+            k.lshift(reinterpret_cast<const Kel16u*>(a.data()), 5, reinterpret_cast<Kel16u*>(ls16.data()), n);
             k.mul32(a.data(), b.data(), m32.data(), n, 3);
             k.mulC(-32768, a.data(), mc.data(), n, -3);
             k.rshift(a.data(), 5, rs.data(), n);
@@ -90,7 +98,10 @@ TEST_P(SimdKernels, BitIdenticalToScalarModel) {
                 ASSERT_EQ(add[i], kel::add(a[i], b[i])) << k.name << " n " << n;
                 ASSERT_EQ(sub[i], kel::sub(b[i], a[i])) << k.name << " n " << n;
                 ASSERT_EQ(abs[i], kel::abs_s(a[i])) << k.name << " n " << n;
-                ASSERT_EQ(nr[i], kel::sat16((int64_t{a[i]} * b[i] + 16384) >> 15)) << k.name;
+                const int64_t rnd = sf > 0 ? int64_t{1} << (sf - 1) : 0;
+                ASSERT_EQ(nr[i], kel::sat16((int64_t{a[i]} * b[i] + rnd) >> sf)) << k.name << " sf " << sf;
+                ASSERT_EQ(nc[i], kel::sat16((int64_t{a[i]} * b[0] + rnd) >> sf)) << k.name << " sf " << sf;
+                ASSERT_EQ(ls16[i], static_cast<Kel16s>(static_cast<uint16_t>(a[i]) << 5)) << k.name;
                 const int32_t p = int32_t{a[i]} * b[i];
                 const int32_t q = p >> 3, rem = p & 7;  // ties to even at sf 3
                 ASSERT_EQ(m32[i], q + (rem > 4 || (rem == 4 && (q & 1)))) << k.name;
