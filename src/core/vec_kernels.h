@@ -122,6 +122,7 @@ inline void stream(T* d, int n, Scalar scalar, Vector vector) {
     constexpr int lanes = sizeof(VecI) / sizeof(T);
     const int misalign = static_cast<int>(reinterpret_cast<uintptr_t>(d) % sizeof(VecI));
     int head = misalign % sizeof(T) != 0 ? n : static_cast<int>((sizeof(VecI) - misalign) % sizeof(VecI) / sizeof(T));
+    if (n < 8 * lanes) head = 0;  // short vectors: peeling costs more than a split store
     head = head < n ? head : n;
     for (; i < head; ++i) scalar(i);
     for (; i + lanes <= n; i += lanes) vector(i);
