@@ -315,6 +315,92 @@ KELSC_API KelStatus kelsLinToALaw_16s8u(const Kel16s* pSrc, Kel8u* pDst, int len
 KELSC_API KelStatus kelsMuLawToLin_8u16s(const Kel8u* pSrc, Kel16s* pDst, int len);
 KELSC_API KelStatus kelsALawToLin_8u16s(const Kel8u* pSrc, Kel16s* pDst, int len);
 
+/* ------------------------------------------------------------------------ */
+/* G.726 ADPCM                                                              */
+/* ------------------------------------------------------------------------ */
+/* The complete ITU-T G.726 coder at 16, 24, 32 and 40 kbit/s, sample by
+ * sample, bit-exact with the fixed-point description of the Recommendation
+ * (as the ITU-T G.191 reference computes it).
+ *
+ * Rates: kelSpeechRate16000, kelSpeechRate24000, kelSpeechRate32000 and
+ * kelSpeechRate40000, with 2, 3, 4 and 5 bits per code word.
+ * Code words: one per byte, right-aligned (bits 0..n-1 for an n-bit rate, the
+ * sign in bit n-1); the bits above n-1 are zero. Packing several code words
+ * into a byte is the caller's business.
+ * Linear samples: 14-bit uniform PCM in a Kel16s, -8192..8191 (not scaled to
+ * 16 bits).
+ *
+ * State blocks live in caller memory of the size the GetStateSize functions
+ * report (88 bytes for the encoder, 92 for the decoder), at any alignment,
+ * and are set up by the Init functions; they hold no pointers and may be
+ * copied byte for byte. The first 16 bytes of each are reserved: no function
+ * reads or writes them. The coding functions do not validate a state block.
+ * Calling order: GetStateSize, allocate, Init, then Encode or Decode on
+ * consecutive blocks of any length; the output does not depend on how the
+ * signal is cut into blocks. A new rate or law needs a new Init.
+ *
+ * Encode and Decode reject a zero length with kelStatusBadSize but return
+ * kelStatusOk for a negative length, without processing anything or touching
+ * the state. */
+
+/* Opaque state blocks. */
+typedef struct KelG726EncoderState KelG726EncoderState;
+typedef struct KelG726DecoderState KelG726DecoderState;
+
+/* Decoder output law. */
+enum {
+    kelPcmMuLaw = 0, /* G.711 mu-law code words */
+    kelPcmALaw = 1,  /* G.711 A-law code words */
+    kelPcmLinear = 2 /* 14-bit uniform PCM */
+};
+
+/* *pSize = 88, the size in bytes of an encoder state block.
+   pSize: out, one Kel32u. */
+KELSC_API KelStatus kelsEncodeGetStateSize_G726_16s8u(Kel32u* pSize);
+
+/* Resets an encoder state block to the standard's initial state for the
+   given rate.
+   pEncState: out, a state block of the reported size (any alignment).
+   rate: kelSpeechRate16000, 24000, 32000 or 40000; any other value gives
+         kelStatusOutOfRange and leaves the block untouched. */
+KELSC_API KelStatus kelsEncodeInit_G726_16s8u(KelG726EncoderState* pEncState, int rate);
+
+/* Encodes len samples into len code words and updates the state.
+   pEncState: in/out, a state block set up by kelsEncodeInit_G726_16s8u.
+   pSrc: in, [len] 14-bit uniform PCM samples (-8192..8191); a caller with
+         G.711 input expands it first (the library's expanders give 16-bit
+         values: shift them right by 2).
+   pDst: out, [len] code words, one per byte, right-aligned.
+   len: number of samples; 0 gives kelStatusBadSize, a negative value
+        returns kelStatusOk and processes nothing. */
+KELSC_API KelStatus kelsEncode_G726_16s8u(KelG726EncoderState* pEncState, const Kel16s* pSrc, Kel8u* pDst, int len);
+
+/* *pSize = 92, the size in bytes of a decoder state block.
+   pSize: out, one Kel32u. */
+KELSC_API KelStatus kelsDecodeGetStateSize_G726_8u16s(Kel32u* pSize);
+
+/* Resets a decoder state block to the standard's initial state for the
+   given rate and output law.
+   pDecState: out, a state block of the reported size (any alignment).
+   rate: kelSpeechRate16000, 24000, 32000 or 40000 (else kelStatusOutOfRange).
+   law: kelPcmMuLaw, kelPcmALaw or kelPcmLinear (else kelStatusOutOfRange).
+        The rate is checked first; on failure the block is left untouched. */
+KELSC_API KelStatus kelsDecodeInit_G726_8u16s(KelG726DecoderState* pDecState, int rate, int law);
+
+/* Decodes len code words into len samples and updates the state.
+   pDecState: in/out, a state block set up by kelsDecodeInit_G726_8u16s.
+   pSrc: in, [len] code words, one per byte, right-aligned. The decoder masks
+         off the bits above the rate's code-word width, so any byte value is
+         safe: it never reads outside its tables.
+   pDst: out, [len] samples. kelPcmLinear: 14-bit uniform PCM, -8192..8191.
+         kelPcmMuLaw, kelPcmALaw: the G.711 code word (0..255) in the low
+         byte, after the synchronous coding adjustment of G.726 4.2.8: a
+         G.726 encoder fed with these samples gives back the same code
+         words (synchronous tandem coding).
+   len: number of code words; 0 gives kelStatusBadSize, a negative value
+        returns kelStatusOk and processes nothing. */
+KELSC_API KelStatus kelsDecode_G726_8u16s(KelG726DecoderState* pDecState, const Kel8u* pSrc, Kel16s* pDst, int len);
+
 #ifdef __cplusplus
 }
 #endif
