@@ -3,9 +3,8 @@
 #include <gtest/gtest.h>
 #include <string.h>
 
-#include <functional>
-
 #include "kelsc.h"
+#include "support/arg_checks.h"
 
 namespace {
 
@@ -28,16 +27,7 @@ struct Buffers {
     }
 };
 
-struct CheckCase {
-    const char* what;
-    KelStatus want;
-    std::function<KelStatus(Buffers&)> call;
-};
-
-#define CASE(want, expr)                              \
-    CheckCase {                                       \
-#expr, want, [](Buffers& x) { (void)x; return expr; } \
-    }
+#define CASE(want, expr) KEL_CHECK_CASE(Buffers, want, expr)
 
 constexpr KelStatus kNull = kelStatusNullPointer, kSize = kelStatusBadSize, kScale = kelStatusBadScale,
                     kShift = kelStatusBadShift;
@@ -46,7 +36,7 @@ Kel16u* u16(Kel16s* p) { return reinterpret_cast<Kel16u*>(p); }
 // For each function: a null pointer with a bad length (pointers come first),
 // a bad length with a bad value (lengths come next), then each bad value,
 // and the deliberate exceptions to that order.
-const CheckCase kCases[] = {
+const kelsc_test::CheckCase<Buffers> kCases[] = {
     CASE(kNull, kelsAbs_16s(nullptr, x.d16, 0)),
     CASE(kNull, kelsAbs_16s(x.a, nullptr, 0)),
     CASE(kSize, kelsAbs_16s(x.a, x.d16, 0)),
@@ -191,24 +181,10 @@ const CheckCase kCases[] = {
     CASE(kSize, kelsALawToLin_8u16s(x.u8, x.d16, 0)),
 };
 
-class ArgumentCheck : public ::testing::TestWithParam<CheckCase> {};
+using ArgumentCheck = ::testing::TestWithParam<kelsc_test::CheckCase<Buffers>>;
 
-TEST_P(ArgumentCheck, FirstFailureReturnedNothingWritten) {
-    const CheckCase& c = GetParam();
-    Buffers buffers;
-    const Buffers before = buffers;
-    EXPECT_EQ(c.call(buffers), c.want) << c.what;
-    EXPECT_EQ(memcmp(&before, &buffers, sizeof(Buffers)), 0) << c.what << " wrote on failure";
-}
+TEST_P(ArgumentCheck, FirstFailureReturnedNothingWritten) { kelsc_test::expectCheck(GetParam()); }
 
-void PrintTo(const CheckCase& c, std::ostream* os) { *os << c.what; }
-
-// Test names: the function's name and the row's position.
-std::string caseName(const ::testing::TestParamInfo<CheckCase>& info) {
-    const std::string what = info.param.what;
-    return what.substr(0, what.find('(')) + "_" + std::to_string(info.index);
-}
-
-INSTANTIATE_TEST_SUITE_P(Vector, ArgumentCheck, ::testing::ValuesIn(kCases), caseName);
+INSTANTIATE_TEST_SUITE_P(Vector, ArgumentCheck, ::testing::ValuesIn(kCases), kelsc_test::checkCaseName<Buffers>);
 
 }  // namespace

@@ -8,11 +8,11 @@
 #include <string.h>
 
 #include <algorithm>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "kelsc.h"
+#include "support/arg_checks.h"
 #include "support/test_data.h"
 
 namespace {
@@ -500,21 +500,12 @@ struct Buffers {
     KelG726DecoderState* d() { return reinterpret_cast<KelG726DecoderState*>(decState); }
 };
 
-struct CheckCase {
-    const char* what;
-    KelStatus want;
-    std::function<KelStatus(Buffers&)> call;
-};
-
-#define CASE(want, expr)                              \
-    CheckCase {                                       \
-#expr, want, [](Buffers& x) { (void)x; return expr; } \
-    }
+#define CASE(want, expr) KEL_CHECK_CASE(Buffers, want, expr)
 
 constexpr KelStatus kNull = kelStatusNullPointer, kSize = kelStatusBadSize, kRange = kelStatusOutOfRange,
                     kOk = kelStatusOk;
 
-const CheckCase kCases[] = {
+const kelsc_test::CheckCase<Buffers> kCases[] = {
     CASE(kNull, kelsEncodeGetStateSize_G726_16s8u(nullptr)),
     CASE(kNull, kelsDecodeGetStateSize_G726_8u16s(nullptr)),
 
@@ -544,23 +535,10 @@ const CheckCase kCases[] = {
     CASE(kOk, kelsDecode_G726_8u16s(x.d(), x.codes, x.out16, INT_MIN)),
 };
 
-class G726ArgumentCheck : public ::testing::TestWithParam<CheckCase> {};
+using G726ArgumentCheck = ::testing::TestWithParam<kelsc_test::CheckCase<Buffers>>;
 
-TEST_P(G726ArgumentCheck, FirstFailureReturnedNothingWritten) {
-    const CheckCase& c = GetParam();
-    Buffers buffers;
-    const Buffers before = buffers;
-    EXPECT_EQ(c.call(buffers), c.want) << c.what;
-    EXPECT_EQ(memcmp(&before, &buffers, sizeof(Buffers)), 0) << c.what << " wrote";
-}
+TEST_P(G726ArgumentCheck, FirstFailureReturnedNothingWritten) { kelsc_test::expectCheck(GetParam()); }
 
-void PrintTo(const CheckCase& c, std::ostream* os) { *os << c.what; }
-
-std::string caseName(const ::testing::TestParamInfo<CheckCase>& info) {
-    const std::string what = info.param.what;
-    return what.substr(0, what.find('(')) + "_" + std::to_string(info.index);
-}
-
-INSTANTIATE_TEST_SUITE_P(G726, G726ArgumentCheck, ::testing::ValuesIn(kCases), caseName);
+INSTANTIATE_TEST_SUITE_P(G726, G726ArgumentCheck, ::testing::ValuesIn(kCases), kelsc_test::checkCaseName<Buffers>);
 
 }  // namespace
