@@ -51,6 +51,11 @@ inline VecI set32(int32_t v) { return _mm512_set1_epi32(v); }
 inline VecI set16(Kel16s v) { return _mm512_set1_epi16(v); }
 inline VecI max16(VecI a, VecI b) { return _mm512_max_epi16(a, b); }
 inline VecI cmpeq16(VecI a, VecI b) { return _mm512_movm_epi16(_mm512_cmpeq_epi16_mask(a, b)); }
+inline VecI madd16(VecI a, VecI b) { return _mm512_madd_epi16(a, b); }
+inline int32_t hsum32(VecI v) { return _mm512_reduce_add_epi32(v); }
+// Bit k set when lane k of a equals lane k of b.
+inline uint64_t eqMask16(VecI a, VecI b) { return _mm512_cmpeq_epi16_mask(a, b); }
+constexpr int kMaskBitsPerLane16 = 1;
 inline VecI xor16(VecI a, VecI b) { return _mm512_xor_si512(a, b); }
 inline VecI zero() { return _mm512_setzero_si512(); }
 // Rounded Q15 product (x * y + 2^14) >> 15; only -32768 * -32768 wraps.
@@ -75,6 +80,17 @@ inline VecI set32(int32_t v) { return _mm256_set1_epi32(v); }
 inline VecI set16(Kel16s v) { return _mm256_set1_epi16(v); }
 inline VecI max16(VecI a, VecI b) { return _mm256_max_epi16(a, b); }
 inline VecI cmpeq16(VecI a, VecI b) { return _mm256_cmpeq_epi16(a, b); }
+inline VecI madd16(VecI a, VecI b) { return _mm256_madd_epi16(a, b); }
+inline int32_t hsum32(VecI v) {
+    const __m128i h = _mm_add_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
+    const __m128i q = _mm_add_epi32(h, _mm_shuffle_epi32(h, 0x4e));
+    return _mm_cvtsi128_si32(_mm_add_epi32(q, _mm_shuffle_epi32(q, 0xb1)));
+}
+// Bit 2k set when lane k of a equals lane k of b.
+inline uint64_t eqMask16(VecI a, VecI b) {
+    return static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi16(a, b))) & 0x55555555u;
+}
+constexpr int kMaskBitsPerLane16 = 2;
 inline VecI xor16(VecI a, VecI b) { return _mm256_xor_si256(a, b); }
 inline VecI zero() { return _mm256_setzero_si256(); }
 // Rounded Q15 product (x * y + 2^14) >> 15; only -32768 * -32768 wraps.
@@ -99,6 +115,16 @@ inline VecI set32(int32_t v) { return _mm_set1_epi32(v); }
 inline VecI set16(Kel16s v) { return _mm_set1_epi16(v); }
 inline VecI max16(VecI a, VecI b) { return _mm_max_epi16(a, b); }
 inline VecI cmpeq16(VecI a, VecI b) { return _mm_cmpeq_epi16(a, b); }
+inline VecI madd16(VecI a, VecI b) { return _mm_madd_epi16(a, b); }
+inline int32_t hsum32(VecI v) {
+    const __m128i q = _mm_add_epi32(v, _mm_shuffle_epi32(v, 0x4e));
+    return _mm_cvtsi128_si32(_mm_add_epi32(q, _mm_shuffle_epi32(q, 0xb1)));
+}
+// Bit 2k set when lane k of a equals lane k of b.
+inline uint64_t eqMask16(VecI a, VecI b) {
+    return static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi16(a, b))) & 0x5555u;
+}
+constexpr int kMaskBitsPerLane16 = 2;
 inline VecI xor16(VecI a, VecI b) { return _mm_xor_si128(a, b); }
 inline VecI zero() { return _mm_setzero_si128(); }
 #endif
@@ -301,10 +327,35 @@ int64_t sum_16s(const Kel16s* s, int n) {
     for (int start = 0; start < n; start += 65536) {
         const int end = n - start > 65536 ? start + 65536 : n;
         int32_t part = 0;
-        for (int i = start; i < end; ++i) part += s[i];
+        int i = start;
+#if defined(KEL_SIMD)
+        // Pairwise sums by multiply-add with ones, accumulated in 32-bit
+        // lanes: a block adds at most 65536 / 2 pairs to each lane.
+        const VecI ones = set16(1);
+        VecI acc = zero();
+        for (; i + kLanes16 <= end; i += kLanes16) acc = add32(acc, madd16(vload(s + i), ones));
+        part = hsum32(acc);
+#endif
+        for (; i < end; ++i) part += s[i];
         total += part;
     }
     return total;
+}
+
+// Index of the first element equal to v, which must be present.
+int findFirst_16s(const Kel16s* s, int n, Kel16s v) {
+    int i = 0;
+#if defined(KEL_SIMD)
+    const VecI key = set16(v);
+    for (; i + kLanes16 <= n; i += kLanes16) {
+        const uint64_t m = eqMask16(vload(s + i), key);
+        if (m != 0) return i + __builtin_ctzll(m) / kMaskBitsPerLane16;
+    }
+#else
+    (void)n;
+#endif
+    while (s[i] != v) ++i;
+    return i;
 }
 
 int64_t sum_32s(const Kel32s* s, int n) {

@@ -30,6 +30,7 @@
     X(Kel16s, min_16s, (const Kel16s* s, int n), (s, n))                                                \
     X(Kel32s, max_32s, (const Kel32s* s, int n), (s, n))                                                \
     X(Kel16s, maxAbs_16s, (const Kel16s* s, int n), (s, n))                                             \
+    X(int, findFirst_16s, (const Kel16s* s, int n, Kel16s v), (s, n, v))                                \
     X(void, conv_16s32s, (const Kel16s* s, Kel32s* d, int n), (s, d, n))                                \
     X(void, conv_16s32f, (const Kel16s* s, Kel32f* d, int n), (s, d, n))                                \
     X(void, conv_32s32f, (const Kel32s* s, Kel32f* d, int n), (s, d, n))                                \

@@ -331,11 +331,7 @@ KelStatus kelsMinIndx_16s(const Kel16s* pSrc, int len, Kel16s* pMin, int* pIndex
     KEL_CHECK(Args().ptr(pSrc, pMin).len(len));
     const Kel16s m = vec::min_16s(pSrc, len);
     *pMin = m;
-    if (pIndex != nullptr) {
-        int i = 0;
-        while (pSrc[i] != m) ++i;
-        *pIndex = i;
-    }
+    if (pIndex != nullptr) *pIndex = vec::findFirst_16s(pSrc, len, m);
     return kelStatusOk;
 }
 

@@ -34,6 +34,7 @@ struct Variant {
     decltype(&kel::base::min_16s) min;
     decltype(&kel::base::max_32s) max32;
     decltype(&kel::base::maxAbs_16s) maxAbs;
+    decltype(&kel::base::findFirst_16s) findFirst;
 };
 
 #define KEL_VARIANT(ns, avail)                                                                                     \
@@ -41,7 +42,7 @@ struct Variant {
 #ns, avail, kel::ns::add_16s, kel::ns::sub_16s, kel::ns::abs_16s, kel::ns::mulNR_16s, kel::ns::mulCNR_16s, \
             kel::ns::lshift_16u, kel::ns::mul_16s32s, kel::ns::mulC_16s, kel::ns::rshift_16s, kel::ns::lshift_32s, \
             kel::ns::sum_16s, kel::ns::dot_16s, kel::ns::max_16s, kel::ns::min_16s, kel::ns::max_32s,              \
-            kel::ns::maxAbs_16s                                                                                    \
+            kel::ns::maxAbs_16s, kel::ns::findFirst_16s                                                            \
     }
 
 std::vector<Variant> variants() {
@@ -121,6 +122,8 @@ TEST_P(SimdKernels, BitIdenticalToScalarModel) {
             ASSERT_EQ(k.min(a.data(), n), mn) << k.name;
             ASSERT_EQ(k.maxAbs(a.data(), n), ma) << k.name;
             ASSERT_EQ(k.max32(w.data(), n), mw) << k.name;
+            for (Kel16s key : {mn, mx, a[n / 2], a[n - 1]})
+                ASSERT_EQ(k.findFirst(a.data(), n, key), std::find(a.begin(), a.end(), key) - a.begin()) << k.name;
         }
     }
 }
