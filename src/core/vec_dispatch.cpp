@@ -1,56 +1,12 @@
-// Binds each dispatched vector kernel to its best variant once per process.
-//
-// On x86 the binding is a GNU indirect function: the dynamic linker (or the
-// static start-up code) calls the resolver once and patches the reference,
-// so the choice costs nothing per call and the library keeps no writable
-// dispatch state of its own.
+// Binds the vector kernels to their best variant (see dispatch_bind.h).
+#include "dispatch_bind.h"
 #include "vec_kernels_decl.h"
 
 #if defined(KEL_HAVE_AVX2_VARIANT)
-#include <cpuid.h>
-
-// Runs inside ifunc resolvers, before sanitizer run-times are initialised:
-// no instrumentation, no calls through the PLT.
-#define KEL_RESOLVER_SAFE __attribute__((no_sanitize("address", "undefined"), always_inline))
-
-// Which of the wider variants the processor and the operating system
-// support: 0 none, 1 AVX2, 2 AVX-512 F/BW/VL as well.
-static inline KEL_RESOLVER_SAFE int detectLevel() {
-    unsigned a = 0, b = 0, c = 0, d = 0;
-    if (!__get_cpuid(1, &a, &b, &c, &d)) return 0;
-    if (!(c & bit_OSXSAVE) || !(c & bit_AVX)) return 0;
-    unsigned xcr0 = 0, xcr0hi = 0;
-    __asm__ volatile("xgetbv" : "=a"(xcr0), "=d"(xcr0hi) : "c"(0));
-    if ((xcr0 & 0x06) != 0x06) return 0;  // XMM and YMM state enabled by the OS
-    if (__get_cpuid_max(0, nullptr) < 7) return 0;
-    __cpuid_count(7, 0, a, b, c, d);
-    if (!(b & bit_AVX2)) return 0;
-    const unsigned avx512 = bit_AVX512F | bit_AVX512BW | bit_AVX512VL;
-    if ((b & avx512) != avx512 || (xcr0 & 0xe6) != 0xe6) return 1;  // opmask and ZMM state too
-    return 2;
-}
-
 namespace kel {
-bool cpuHasAvx2() { return detectLevel() >= 1; }
-bool cpuHasAvx512() { return detectLevel() >= 2; }
+bool cpuHasAvx2() { return kelCpuLevel() >= 1; }
+bool cpuHasAvx512() { return kelCpuLevel() >= 2; }
 }  // namespace kel
-
-#define KEL_VEC_RESOLVE(ret, name, params, args)                                                             \
-    extern "C" __attribute__((used, no_sanitize("address", "undefined"))) ret(*kelResolve_##name()) params { \
-        const int level = detectLevel();                                                                     \
-        return level == 2 ? kel::avx512::name : (level == 1 ? kel::avx2::name : kel::base::name);            \
-    }                                                                                                        \
-    namespace kel::vec {                                                                                     \
-    ret name params __attribute__((ifunc("kelResolve_" #name)));                                             \
-    }
-KEL_VEC_KERNELS(KEL_VEC_RESOLVE)
-
-#else
-
-#define KEL_VEC_FORWARD(ret, name, params, args) \
-    namespace kel::vec {                         \
-    ret name params { return base::name args; }  \
-    }
-KEL_VEC_KERNELS(KEL_VEC_FORWARD)
-
 #endif
+
+KEL_BIND_KERNELS(KEL_VEC_KERNELS)

@@ -1,10 +1,10 @@
-// The table of dispatched vector kernels: one X-macro row per kernel, used
-// to declare each instruction-set variant and the dispatched entry points.
+// The dispatched vector kernels (see dispatch.h): one X-macro row per kernel.
 #ifndef KELSC_CORE_VEC_KERNELS_DECL_H
 #define KELSC_CORE_VEC_KERNELS_DECL_H
 
 #include <stdint.h>
 
+#include "dispatch.h"
 #include "kelsc.h"
 
 // X(return type, name, parameter list, argument list)
@@ -37,30 +37,6 @@
     X(void, set_16s, (Kel16s v, Kel16s * d, int n), (v, d, n))                                          \
     X(void, set_32s, (Kel32s v, Kel32s * d, int n), (v, d, n))
 
-#define KEL_VEC_DECLARE(ret, name, params, args) ret name params;
-
-namespace kel {
-// Baseline build (SSE2 on x86-64, plain scalar code on i386).
-namespace base {
-KEL_VEC_KERNELS(KEL_VEC_DECLARE)
-}
-#if defined(__i386__) || defined(__x86_64__)
-#define KEL_HAVE_AVX2_VARIANT 1
-namespace avx2 {
-KEL_VEC_KERNELS(KEL_VEC_DECLARE)
-}
-namespace avx512 {
-KEL_VEC_KERNELS(KEL_VEC_DECLARE)
-}
-// True when the processor and the operating system support AVX2, and
-// AVX-512 F/BW/VL with the 512-bit register state.
-bool cpuHasAvx2();
-bool cpuHasAvx512();
-#endif
-// Entry points bound once per process to the best variant.
-namespace vec {
-KEL_VEC_KERNELS(KEL_VEC_DECLARE)
-}
-}  // namespace kel
+KEL_DECLARE_KERNELS(KEL_VEC_KERNELS)
 
 #endif  // KELSC_CORE_VEC_KERNELS_DECL_H
