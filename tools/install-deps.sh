@@ -7,6 +7,9 @@ packages=(
     cmake ninja-build g++ pkg-config binutils  # toolchain
     googletest libgtest-dev                    # tests (built from source for -m32 and sanitizers)
     libbenchmark-dev                           # bench/
+    libspandsp-dev                             # bench/: the G.726 comparison
+    libfftw3-dev libkissfft-dev                # bench/: the real-FFT comparison
+    libsndfile1-dev                            # tools/kelscodec: audio files
     gcc-multilib g++-multilib                  # the 32-bit build
     clang-format                               # formatting check
 )

@@ -11,10 +11,28 @@
 //
 // Both directions run one adaptation routine (4.2.3 to 4.2.7), so encoder
 // and decoder hold the same state machine. The state block lives in the
-// caller's memory at any alignment: each call copies it in, runs the block
-// and copies it back.
+// caller's memory at any alignment: each call copies it into registers,
+// runs the block and copies it back.
+//
+// For speed (docs/PERFORMANCE.md): seven of the eight predictor products
+// are formed at once in 16-bit SIMD lanes (SSE2, on every x86-64
+// processor; a plain loop elsewhere), the eighth, which each next sample
+// waits for, apart; and the choices that follow the signal's sign are made
+// by arithmetic rather than by branches the processor would mispredict.
 #include <stddef.h>
 #include <string.h>
+
+// The per-sample blocks are inlined into the coding loops whatever the
+// compiler's size heuristics say: a call per sample would pass the state
+// through memory.
+#define KEL_G726_INLINE inline __attribute__((always_inline))
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#define KEL_G726_SSE2 1
+#else
+#define KEL_G726_SSE2 0
+#endif
 
 #include "basop.h"
 #include "check.h"
@@ -79,29 +97,342 @@ int rateIndex(int rate) {
 
 inline Kel16s wrap16(int32_t v) { return static_cast<Kel16s>(static_cast<uint16_t>(static_cast<uint32_t>(v))); }
 
-inline int clamp(int v, int lo, int hi) { return v < lo ? lo : (v > hi ? hi : v); }
+// v limited to lo..hi (lo <= hi), as a minimum and a maximum, which compile
+// to conditional moves: the coder's data-dependent choices are made without
+// branches, which the processor could not predict on speech.
+inline int clamp(int v, int lo, int hi) {
+    const int atLeast = v < lo ? lo : v;
+    return atLeast > hi ? hi : atLeast;
+}
 
-// Number of significant bits of a magnitude 0..32767 (0 for 0).
-inline int bitLength(int mag) { return mag == 0 ? 0 : 15 - norm_s(static_cast<Kel16s>(mag)); }
+// v, negated when neg is 1 (neg is 0 or 1), without a branch.
+inline int negateIf(int v, int neg) { return (v ^ -neg) + neg; }
 
-// G.726 4.2.6 FLOATA / FLOATB: a 15-bit magnitude as a 4-bit exponent and a
-// 6-bit mantissa holding the leading one; zero is mantissa 32, exponent 0.
+// G.726 4.2.6 FLOATA / FLOATB: a 15-bit magnitude as a 4-bit exponent (its
+// bit length) and a 6-bit mantissa holding the leading one; zero is mantissa
+// 32, exponent 0. For a non-zero magnitude the shifted value already has bit
+// 5 set, so the OR only supplies zero's mantissa.
 inline Kel16s toFloat(int mag) {
-    const int e = bitLength(mag);
-    const int m = mag == 0 ? 32 : (mag << 6) >> e;
-    return static_cast<Kel16s>((e << 6) | m);
+    const int e = kel::bitLength(static_cast<uint32_t>(mag));
+    return static_cast<Kel16s>((e << 6) | ((mag << 6) >> e) | 32);
 }
 
 // G.726 4.2.6 FMULT: a predictor coefficient times a delayed value held in
-// the floating format, as a 16-bit two's complement product. The coefficient
-// magnitude is taken from An >> 2 (so -32768 has magnitude 0).
-inline int fmult(Kel16s coef, Kel16s value, Kel16s valueSign) {
-    const int coefMag = coef >= 0 ? coef >> 2 : -(coef >> 2) & 8191;
+// the floating format, as a signed product of 15-bit magnitude. The
+// coefficient magnitude is taken from An >> 2 modulo 2^13 (so -32768 has
+// magnitude 0); the mantissas multiply with rounding, (m1 * m2 + 48) >> 4,
+// and the product is scaled by 2^(e1 + e2 - 19), truncated, modulo 2^15.
+KEL_G726_INLINE int fmult(int coef, int value, int valueNeg) {
+    const int a = coef >> 2;
+    const int coefMag = (coef < 0 ? -a : a) & 8191;
     const int c = toFloat(coefMag);
     const int e = (c >> 6) + ((value >> 6) & 15);
     const int m = ((c & 63) * (value & 63) + 48) >> 4;
-    const int mag = e <= 26 ? (m << 7) >> (26 - e) : ((m << 7) << (e - 26)) & 32767;
-    return ((valueSign != 0) != (coef < 0)) ? -mag : mag;
+    const int mag = static_cast<int>((static_cast<int64_t>(m) << (e + 7)) >> 26) & 32767;
+    return negateIf(mag, (valueNeg != 0) ^ (coef < 0));
+}
+
+// ---------------------------------------------------------------------------
+// The predictor's terms but one, as eight lanes: coefficients B1..B6 and A2
+// (Q14) with the delayed values they multiply, DQ1..DQ6 and SR2, kept in the
+// floating format of FLOATA / FLOATB (exponent bits 6..9, mantissa bits
+// 0..5) with a sign as a mask (0 or -1); lane 6 is not used.
+//
+// The remaining term, A1 times SR1, is computed apart (fmult above): SR1 is
+// the reconstructed signal of the sample just coded, the last value of each
+// sample to be known, and the only one every next sample waits for. Kept
+// out of the lanes, it does not hold up the other seven products.
+//
+// With SSE2 (every x86-64 processor) the lanes are three 8 x 16-bit
+// registers for the whole call; elsewhere arrays.
+// ---------------------------------------------------------------------------
+
+#if KEL_G726_SSE2
+
+struct Lanes {
+    __m128i coef;
+    __m128i value;
+    __m128i neg;
+};
+
+inline Lanes loadLanes(const Codec& c) {
+    Lanes l;
+    l.coef = _mm_loadu_si128(reinterpret_cast<const __m128i*>(c.coef));
+    l.value = _mm_loadu_si128(reinterpret_cast<const __m128i*>(c.mag));
+    // A stored sign is 0 or 1 (1 = negative); any other value counts as negative, as in the scalar form.
+    const __m128i zero = _mm_setzero_si128();
+    l.neg = _mm_andnot_si128(_mm_cmpeq_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(c.sign)), zero),
+                             _mm_set1_epi16(-1));
+    return l;
+}
+
+inline void storeLanes(const Lanes& l, Codec& c) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(c.coef), l.coef);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(c.mag), l.value);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(c.sign), _mm_srli_epi16(l.neg, 15));
+}
+
+// The 16-bit value v in every lane.
+inline __m128i broadcast16(int v) {
+    return _mm_shuffle_epi32(_mm_cvtsi32_si128(static_cast<int>((static_cast<uint32_t>(v) & 0xFFFF) * 0x10001u)), 0);
+}
+
+// G.726 4.2.6 FMULT for the lanes at once, then ACCUM: the zero section's
+// sum (lanes 0..5) and the A2 term (lane 7), as exact integers.
+//
+// FMULT takes the coefficient's magnitude |An >> 2| (13 bits) to the
+// floating format, multiplies the 6-bit mantissas with rounding,
+// (m1 * m2 + 48) >> 4, and scales the product by 2^(e1 + e2 - 19),
+// truncating, to a 15-bit magnitude (bits above 15 are dropped).
+//
+// SSE2 has no per-lane shifts or leading-zero counts, so both are done
+// with the processor's float format, where they are exact here: an
+// integer below 2^24 converts to float exactly, its biased exponent E
+// gives the bit length (E - 126) and the five bits after the leading one
+// are the top of the float's fraction; and a float times a power of two is
+// an addition to its exponent field, the truncating conversion back to an
+// integer giving the floor.
+KEL_G726_INLINE void predict(const Lanes& l, int& zeros, int& pole2) {
+    const __m128i zero = _mm_setzero_si128();
+    // |An >> 2| modulo 2^13 (so -32768 has magnitude 0), and the sign of An.
+    const __m128i a = _mm_srai_epi16(l.coef, 2);
+    const __m128i coefNeg = _mm_srai_epi16(l.coef, 15);
+    const __m128i coefMag = _mm_and_si128(_mm_sub_epi16(_mm_xor_si128(a, coefNeg), coefNeg), _mm_set1_epi16(8191));
+
+    // The magnitude as float: bits >> 18 is E * 32 + the top five fraction bits.
+    const __m128i fLo = _mm_castps_si128(_mm_cvtepi32_ps(_mm_unpacklo_epi16(coefMag, zero)));
+    const __m128i fHi = _mm_castps_si128(_mm_cvtepi32_ps(_mm_unpackhi_epi16(coefMag, zero)));
+    const __m128i top = _mm_packs_epi32(_mm_srli_epi32(fLo, 18), _mm_srli_epi32(fHi, 18));
+    const __m128i coefMant = _mm_or_si128(_mm_and_si128(top, _mm_set1_epi16(31)), _mm_set1_epi16(32));
+    // Bit length E - 126; zero (E = 0) has exponent 0.
+    const __m128i coefExp = _mm_max_epi16(_mm_sub_epi16(_mm_srli_epi16(top, 5), _mm_set1_epi16(126)), zero);
+
+    const __m128i valueExp = _mm_and_si128(_mm_srli_epi16(l.value, 6), _mm_set1_epi16(15));
+    const __m128i valueMant = _mm_and_si128(l.value, _mm_set1_epi16(63));
+
+    // Mantissa product (3..251) and the scale 2^(e - 19), e = 0..28.
+    const __m128i m = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(coefMant, valueMant), _mm_set1_epi16(48)), 4);
+    const __m128i scale = _mm_sub_epi16(_mm_add_epi16(coefExp, valueExp), _mm_set1_epi16(19));
+
+    // m * 2^(e - 19) as float (m >= 3, so the result stays a normal
+    // number), truncated, modulo 2^15. The scale enters the exponent field
+    // from the top half of a 32-bit lane, shifted into bits 23 and up.
+    const __m128i mask15 = _mm_set1_epi32(32767);
+    const auto scaled = [&](__m128i m32, __m128i scaleHigh) {
+        const __m128i bits = _mm_add_epi32(_mm_castps_si128(_mm_cvtepi32_ps(m32)), _mm_slli_epi32(scaleHigh, 7));
+        return _mm_and_si128(_mm_cvttps_epi32(_mm_castsi128_ps(bits)), mask15);
+    };
+    const __m128i magLo = scaled(_mm_unpacklo_epi16(m, zero), _mm_unpacklo_epi16(zero, scale));
+    const __m128i magHi = scaled(_mm_unpackhi_epi16(m, zero), _mm_unpackhi_epi16(zero, scale));
+    const __m128i mag = _mm_packs_epi32(magLo, magHi);
+
+    // The product is negative when exactly one factor is.
+    const __m128i prodNeg = _mm_xor_si128(l.neg, coefNeg);
+    const __m128i prod = _mm_sub_epi16(_mm_xor_si128(mag, prodNeg), prodNeg);
+
+    // Pair sums (lanes 0+1, 2+3, 4+5, and lane 7 alone), then the zero section.
+    const __m128i pairs = _mm_madd_epi16(prod, _mm_setr_epi16(1, 1, 1, 1, 1, 1, 0, 1));
+    const __m128i firstTwo = _mm_add_epi32(pairs, _mm_srli_si128(pairs, 4));
+    const __m128i firstThree = _mm_add_epi32(firstTwo, _mm_srli_si128(pairs, 8));
+    zeros = _mm_cvtsi128_si32(firstThree);
+    pole2 = _mm_cvtsi128_si32(_mm_srli_si128(pairs, 12));
+}
+
+// G.726 4.2.6 XOR, UPB for B1..B6: each Bk leaks 2^-leakShift and, unless DQ
+// is 0, gains +2^-7 when the signs of DQ and DQk agree, -2^-7 when they
+// differ; 16-bit wrap-around as the register. A2 replaces lane 7. Then the
+// delay line shifts by one: DQ enters lane 0, and the SR1 of the sample
+// before (sr2, now SR2) lane 7.
+KEL_G726_INLINE void updateLanes(Lanes& l, __m128i leak, bool dqNonZero, int dqNeg, int a2, int dqFloat, int sr2Float,
+                                 int sr2Neg) {
+    const __m128i leaked = _mm_sub_epi16(l.coef, _mm_sra_epi16(l.coef, leak));
+    // +128 where DQk >= 0, -128 where DQk < 0; negated for a negative DQ.
+    const __m128i towards = _mm_sub_epi16(_mm_xor_si128(_mm_set1_epi16(128), l.neg), l.neg);
+    const __m128i dqMask = broadcast16(-dqNeg);
+    const __m128i step =
+        _mm_and_si128(_mm_sub_epi16(_mm_xor_si128(towards, dqMask), dqMask), broadcast16(dqNonZero ? -1 : 0));
+    l.coef = _mm_insert_epi16(_mm_add_epi16(leaked, step), a2, 7);
+
+    __m128i value = _mm_slli_si128(l.value, 2);
+    value = _mm_insert_epi16(value, dqFloat, 0);
+    l.value = _mm_insert_epi16(value, sr2Float, 7);
+    __m128i neg = _mm_slli_si128(l.neg, 2);
+    neg = _mm_insert_epi16(neg, -dqNeg, 0);
+    l.neg = _mm_insert_epi16(neg, -sr2Neg, 7);
+}
+
+inline void clearCoefficients(Lanes& l) { l.coef = _mm_setzero_si128(); }
+
+#else  // portable form of the same lanes
+
+struct Lanes {
+    int coef[8];
+    int value[8];
+    int neg[8];
+};
+
+inline Lanes loadLanes(const Codec& c) {
+    Lanes l;
+    for (int k = 0; k < 8; ++k) {
+        l.coef[k] = c.coef[k];
+        l.value[k] = c.mag[k];
+        l.neg[k] = c.sign[k] != 0 ? -1 : 0;
+    }
+    return l;
+}
+
+inline void storeLanes(const Lanes& l, Codec& c) {
+    for (int k = 0; k < 8; ++k) {
+        c.coef[k] = static_cast<Kel16s>(l.coef[k]);
+        c.mag[k] = static_cast<Kel16s>(l.value[k]);
+        c.sign[k] = static_cast<Kel16s>(l.neg[k] & 1);
+    }
+}
+
+// ACCUM: the zero section's sum (lanes 0..5) and the A2 term (lane 7).
+KEL_G726_INLINE void predict(const Lanes& l, int& zeros, int& pole2) {
+    zeros = 0;
+    for (int k = 0; k < 6; ++k) zeros += fmult(l.coef[k], l.value[k], l.neg[k]);
+    pole2 = fmult(l.coef[7], l.value[7], l.neg[7]);
+}
+
+// G.726 4.2.6 XOR, UPB and the shift of the delay lines; see the SSE2 form.
+KEL_G726_INLINE void updateLanes(Lanes& l, int leak, bool dqNonZero, int dqNeg, int a2, int dqFloat, int sr2Float,
+                                 int sr2Neg) {
+    for (int k = 0; k < 6; ++k) {
+        const int b = l.coef[k];
+        int bt = b - (b >> leak);
+        if (dqNonZero) bt += (dqNeg != 0) != (l.neg[k] != 0) ? -128 : 128;
+        l.coef[k] = wrap16(bt);
+    }
+    l.coef[7] = a2;
+    for (int k = 5; k > 0; --k) {
+        l.value[k] = l.value[k - 1];
+        l.neg[k] = l.neg[k - 1];
+    }
+    l.value[0] = dqFloat;
+    l.neg[0] = -dqNeg;
+    l.value[7] = sr2Float;
+    l.neg[7] = -sr2Neg;
+}
+
+inline void clearCoefficients(Lanes& l) {
+    for (int& coef : l.coef) coef = 0;
+}
+
+#endif
+
+// ---------------------------------------------------------------------------
+// The coder
+// ---------------------------------------------------------------------------
+
+// The state of one call, in registers: the delayed variables of Codec.
+struct Work {
+    int pk0, pk1, pk2;  // signs of P (1 = negative): current, previous, before
+    int yu;             // YU, Q9
+    int ap;             // AP, Q8
+    int yl;             // YL, Q15 (19 bits)
+    int dms, dml;       // short- and long-term averages of F(I)
+    int td;             // tone flag
+    int sez;            // SEZ of the last sample
+    int a1, a2;         // A1, A2 (A2 also in lane 7)
+    int sr1Float;       // SR1 in the floating format
+    int sr1Neg;         // its sign, 1 = negative
+    Lanes lanes;        // B1..B6, A2 and DQ1..DQ6, SR2
+};
+
+Work loadWork(const Codec& c) {
+    Work w;
+    w.pk0 = c.pk0;
+    w.pk1 = c.pk1;
+    w.pk2 = c.pk2;
+    w.yu = c.yu;
+    w.ap = c.ap;
+    w.yl = c.yl;
+    w.dms = c.dms;
+    w.dml = c.dml;
+    w.td = c.td;
+    w.sez = c.sez;
+    w.a1 = c.coef[6];
+    w.a2 = c.coef[7];
+    w.sr1Float = c.mag[6];
+    w.sr1Neg = c.sign[6] != 0;
+    w.lanes = loadLanes(c);
+    return w;
+}
+
+void storeWork(const Work& w, Codec& c) {
+    c.pk0 = static_cast<Kel16s>(w.pk0);
+    c.pk1 = static_cast<Kel16s>(w.pk1);
+    c.pk2 = static_cast<Kel16s>(w.pk2);
+    c.yu = static_cast<Kel16s>(w.yu);
+    c.ap = static_cast<Kel16s>(w.ap);
+    c.yl = w.yl;
+    c.dms = static_cast<Kel16s>(w.dms);
+    c.dml = static_cast<Kel16s>(w.dml);
+    c.td = static_cast<Kel16s>(w.td);
+    c.sez = static_cast<Kel16s>(w.sez);
+    storeLanes(w.lanes, c);
+    c.coef[6] = static_cast<Kel16s>(w.a1);
+    c.coef[7] = static_cast<Kel16s>(w.a2);
+    c.mag[6] = static_cast<Kel16s>(w.sr1Float);
+    c.sign[6] = static_cast<Kel16s>(w.sr1Neg);
+}
+
+// What a call needs of its rate, prepared once per call.
+struct Rate {
+    const RateTable* t;
+    const Kel8u* codes[2];  // QUAN code words by interval, for D >= 0 and D < 0
+#if KEL_G726_SSE2
+    __m128i below[2];  // QUAN decision levels minus one; unused lanes 32767, never below a DLN
+    __m128i leak;      // the UPB leak shift as a shift count
+#else
+    int leak;
+#endif
+};
+
+KEL_G726_INLINE Rate prepareRate(const RateTable& t) {
+    Rate r;
+    r.t = &t;
+    r.codes[0] = t.codePositive;
+    r.codes[1] = t.codeNegative;
+#if KEL_G726_SSE2
+    Kel16s below[16];
+    for (int k = 0; k < 16; ++k) below[k] = k < t.levelCount ? static_cast<Kel16s>(t.levels[k] - 1) : kMax16;
+    r.below[0] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(below));
+    r.below[1] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(below + 8));
+    r.leak = _mm_cvtsi32_si128(t.leakShift);
+#else
+    r.leak = t.leakShift;
+#endif
+    return r;
+}
+
+// Compile-time facts of a rate, from its number of decision levels (1, 3, 7
+// or 15 at 16, 24, 32, 40 kbit/s): code-word bits and the rate index.
+template <int kLevels>
+struct RateShape {
+    static constexpr int kBits = kLevels == 1 ? 2 : (kLevels == 3 ? 3 : (kLevels == 7 ? 4 : 5));
+    static constexpr int kIndex = kBits - 2;
+};
+
+// G.726 4.2.2 QUAN: the interval of DLN, i.e. the number of the rate's
+// kLevels decision levels at or below it, counted without a data-dependent
+// branch. With SSE2 all levels are compared at once: the levels ascend, so
+// those at or below DLN form a prefix, their byte mask is 2^(2n) - 1 and n
+// is half the number of trailing zeros of mask + 1.
+template <int kLevels>
+KEL_G726_INLINE int interval(const Rate& r, int dln) {
+#if KEL_G726_SSE2
+    const __m128i d = broadcast16(dln);
+    uint32_t mask = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpgt_epi16(d, r.below[0])));
+    if (kLevels > 7) mask |= static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpgt_epi16(d, r.below[1]))) << 16;
+    return __builtin_ctz(mask + 1) >> 1;
+#else
+    int n = 0;
+    for (int k = 0; k < kLevels; ++k) n += dln >= r.t->levels[k];
+    return n;
+#endif
 }
 
 // What each sample needs before its code word is known.
@@ -112,57 +443,85 @@ struct Estimate {
 };
 
 // G.726 4.2.5 LIMA, 4.2.4 MIX and 4.2.6 FMULT / ACCUM.
-inline Estimate estimate(const Codec& c) {
+KEL_G726_INLINE Estimate estimate(const Work& w) {
     Estimate e;
     // Y = (1 - AL) * YL + AL * YU with AL = AP / 4 limited to 1 (Q6): the
     // difference YU - YL/64 in sign-magnitude, its magnitude multiplied.
-    const int al = c.ap >= 256 ? 64 : c.ap >> 2;
-    const int ylInt = (c.yl & 0x7FFFF) >> 6;
-    const int dif = c.yu - ylInt;
+    const int al = w.ap >= 256 ? 64 : w.ap >> 2;
+    const int ylInt = (w.yl & 0x7FFFF) >> 6;
+    const int dif = w.yu - ylInt;
     const int prod = ((dif < 0 ? -dif : dif) * al) >> 6;
     e.y = (ylInt + (dif < 0 ? -prod : prod)) & 8191;
 
-    int zeros = 0;
-    for (int k = 0; k < 6; ++k) zeros += fmult(c.coef[k], c.mag[k], c.sign[k]);
-    const int poles = fmult(c.coef[6], c.mag[6], c.sign[6]) + fmult(c.coef[7], c.mag[7], c.sign[7]);
+    int zeros, pole2;
+    predict(w.lanes, zeros, pole2);
+    const int pole1 = fmult(w.a1, w.sr1Float, w.sr1Neg);
     // The sums wrap at 16 bits and are halved into 15-bit estimates.
     e.sez = wrap16(zeros) >> 1;
-    e.se = wrap16(zeros + poles) >> 1;
+    e.se = wrap16(zeros + pole2 + pole1) >> 1;
     return e;
 }
 
 // G.726 4.2.2 LOG, SUBTB and QUAN: the code word for difference d at scale
 // factor y. The decoder's synchronous coding adjustment (4.2.8) re-quantizes
 // its own output with the same routine.
-inline int quantize(const RateTable& t, Kel16s d, int y) {
-    const int mag = abs_s(d);
-    const int e = mag < 2 ? 0 : bitLength(mag) - 1;
+template <int kLevels>
+KEL_G726_INLINE int quantize(const Rate& r, Kel16s d, int y) {
+    // |D| limited to 15 bits; magnitudes 0 and 1 both have exponent 0.
+    const int mag = clamp(d < 0 ? -d : d, 0, kMax16);
+    const int e = kel::bitLength(static_cast<uint32_t>(mag | 1)) - 1;
     const int dl = (e << 7) + (((mag << 7) >> e) & 127);  // log2 |D|, Q7
-    const int dln = dl - (y >> 2);                        // normalised by Y, within the 12-bit range
-    int n = 0;
-    while (n < t.levelCount && dln >= t.levels[n]) ++n;
-    return d < 0 ? t.codeNegative[n] : t.codePositive[n];
+    const int n = interval<kLevels>(r, dl - (y >> 2));    // DLN: normalised by Y
+    return r.codes[d < 0][n];
 }
 
-// G.726 4.2.3 to 4.2.7, everything that follows once code word i is known:
+// The pole coefficients A1, A2 (Q14) after an update.
+struct PoleUpdate {
+    int a1;
+    int a2;
+};
+
+// G.726 4.2.6 UPA2, LIMC, UPA1, LIMD. A2 gains 2^-7 * (+-1 -+ f(A1)), the
+// signs by the agreement of P with P two samples back and with the previous
+// P, where f(A1) = 4 * A1 limited to +-1/2; it leaks 2^-7. A1 gains +-3/256
+// and leaks 2^-8. With P = 0 (moving false) both only leak. Then
+// |A2| <= 0.75 and |A1| <= 1 - 2^-4 - A2. differs1 and differs2 are 1 when
+// P's sign differs from the previous P's and from the one two samples back.
+// The signs follow the signal, which the processor cannot predict, so the
+// gains are formed arithmetically and masked instead of branched on.
+KEL_G726_INLINE PoleUpdate updatePoles(int a1, int a2, bool moving, int differs1, int differs2) {
+    const int fa1 = 4 * clamp(a1, -8191, 8191);
+    const int a2Gain = (16384 - 32768 * differs2 + negateIf(fa1, 1 - differs1)) >> 7;
+    const int a1Gain = 192 - 384 * differs1;
+    const int active = -static_cast<int>(moving);
+    const int a2t = a2 - (a2 >> 7) + (a2Gain & active);
+    const int a1t = a1 - (a1 >> 8) + (a1Gain & active);
+    PoleUpdate u;
+    u.a2 = clamp(wrap16(a2t), -12288, 12288);
+    u.a1 = clamp(wrap16(a1t), u.a2 - 15360, 15360 - u.a2);
+    return u;
+}
+
 // inverse quantizer, scale factor and speed adaptation, predictor update,
 // tone and transition detection, and the shift of the delay lines. Returns
 // the reconstructed signal SR (16-bit two's complement).
-inline Kel16s adapt(Codec& c, const RateTable& t, int i, const Estimate& est) {
+template <int kLevels>
+KEL_G726_INLINE Kel16s adapt(Work& w, const Rate& r, int i, const Estimate& est) {
+    const RateTable& t = *r.t;
     // 4.2.3 RECONST, ADDA, ANTILOG: DQ in sign-magnitude. Log values whose
     // 12-bit sum is negative reconstruct as 0. The exponent stays <= 14 from
     // any state Init can lead to; the limit only keeps a corrupted state from
     // shifting by a negative count.
     const int dql = (t.dqln[i] + (est.y >> 2)) & 4095;
     const int dqExp = (dql >> 7) < 14 ? (dql >> 7) : 14;
-    const int dqMag = dql >= 2048 ? 0 : (((dql & 127) + 128) << 7) >> (14 - dqExp);
-    const int dqSign = (i >> (t.bits - 1)) & 1;
-    const int dq = dqSign ? -dqMag : dqMag;
+    const int dqMag = ((((dql & 127) + 128) << 7) >> (14 - dqExp)) & -static_cast<int>(dql < 2048);
+    const int dqSign = (i >> (RateShape<kLevels>::kBits - 1)) & 1;
+    const int dq = negateIf(dqMag, dqSign);
 
     // 4.2.4 FUNCTW, FILTD, LIMB: YU moves 1/32 of the way to W(I), limited
     // to 1.06..10.00. FILTE: YL moves 1/64 of the way to YU; the standard
     // forms YL/64 as -((-YL) >> 6), rounding it up.
-    const int yl = c.yl & 0x7FFFF;
+    const int yl = w.yl & 0x7FFFF;
     const int yut = (est.y + ((t.w[i] * 32 - est.y) >> 5)) & 8191;
     const int yu = clamp(yut, 544, 5120);
     const int ylNew = (yl + yu - ((yl + 63) >> 6)) & 0x7FFFF;
@@ -170,32 +529,24 @@ inline Kel16s adapt(Codec& c, const RateTable& t, int i, const Estimate& est) {
     // 4.2.7 TRANS: a transition when the tone flag was set and |DQ| exceeds
     // 24 * 2^YL, the power formed from the integer part of YL and its top
     // five fraction bits, and saturating once the integer part exceeds 9.
-    const int ylInt = yl >> 15;
-    const int thr = ylInt > 9 ? 31744 : (((yl >> 10) & 31) + 32) << ylInt;
-    const bool tr = c.td == 1 && dqMag > (thr + (thr >> 1)) >> 1;
+    // The flag is set on tones only, so the test is rarely taken.
+    bool tr = false;
+    if (w.td == 1) {
+        const int ylInt = yl >> 15;
+        const int thr = ylInt > 9 ? 31744 : (((yl >> 10) & 31) + 32) << ylInt;
+        tr = dqMag > (thr + (thr >> 1)) >> 1;
+    }
 
     // 4.2.6 ADDB, ADDC: reconstructed signal and partial reconstructed
     // signal P = DQ + SEZ, with its sign PK0 and zero flag SIGPK.
     const Kel16s sr = wrap16(dq + est.se);
     const Kel16s p = wrap16(dq + est.sez);
-    const int pk0 = p < 0;
 
-    // 4.2.6 UPA2, LIMC: A2 gains 2^-7 * (+-1 -+ f(A1)), the signs by the
-    // agreement of P with P two samples back and with the previous P, where
-    // f(A1) = 4 * A1 limited to +-1/2; it leaks 2^-7. UPA1, LIMD: A1 gains
-    // +-3/256 and leaks 2^-8. With P = 0 both only leak. Then |A2| <= 0.75
-    // and |A1| <= 1 - 2^-4 - A2 (coefficients in Q14).
-    const int a1 = c.coef[6];
-    const int a2 = c.coef[7];
-    int a2t = a2 - (a2 >> 7);
-    int a1t = a1 - (a1 >> 8);
-    if (p != 0) {
-        const int fa1 = a1 > 8191 ? 32764 : (a1 < -8191 ? -32764 : 4 * a1);
-        a2t += ((pk0 == c.pk2 ? 16384 : -16384) + (pk0 == c.pk1 ? -fa1 : fa1)) >> 7;
-        a1t += pk0 == c.pk1 ? 192 : -192;
-    }
-    const int a2p = clamp(wrap16(a2t), -12288, 12288);
-    const int a1p = clamp(wrap16(a1t), a2p - 15360, 15360 - a2p);
+    // 4.2.6 UPA2, LIMC, UPA1, LIMD: the pole coefficients follow P.
+    const int pk0 = p < 0;
+    const PoleUpdate poles = updatePoles(w.a1, w.a2, p != 0, pk0 ^ w.pk1, pk0 ^ w.pk2);
+    const int a1p = poles.a1;
+    const int a2p = poles.a2;
 
     // 4.2.7 TONE: a partial-band signal (A2 < -0.71875) sets TD.
     const int tdp = a2p < -11776;
@@ -204,54 +555,41 @@ inline Kel16s adapt(Codec& c, const RateTable& t, int i, const Estimate& est) {
     // and 2^-7. SUBTC, FILTC: AP moves 2^-4 of the way to 2 when the
     // averages differ, when Y is small (< 3) or on a tone, else towards 0.
     const int fi = t.f[i] * 512;
-    const int dms = (c.dms + ((fi - c.dms) >> 5)) & 4095;
-    const int dml = (c.dml + ((4 * fi - c.dml) >> 7)) & 16383;
+    const int dms = (w.dms + ((fi - w.dms) >> 5)) & 4095;
+    const int dml = (w.dml + ((4 * fi - w.dml) >> 7)) & 16383;
     const int dmDif = 4 * dms - dml;
-    const bool steady = est.y >= 1536 && (dmDif < 0 ? -dmDif : dmDif) < (dml >> 3) && !tdp;
-    const int ap = (c.ap + (((steady ? 0 : 512) - c.ap) >> 4)) & 1023;
+    const bool steady = (est.y >= 1536) & ((dmDif < 0 ? -dmDif : dmDif) < (dml >> 3)) & !tdp;
+    const int ap = (w.ap + (((steady ? 0 : 512) - w.ap) >> 4)) & 1023;
 
-    // 4.2.6 XOR, UPB: each Bk gains +-2^-7 by the sign agreement of DQ with
-    // DQk (not when DQ is 0) and leaks 2^-8 (2^-9 at 40 kbit/s).
-    for (int k = 0; k < 6; ++k) {
-        const int b = c.coef[k];
-        int bt = b - (b >> t.leakShift);
-        if (dqMag != 0) bt += (dqSign != (c.sign[k] != 0)) ? -128 : 128;
-        c.coef[k] = wrap16(bt);
-    }
-    c.coef[6] = static_cast<Kel16s>(a1p);
-    c.coef[7] = static_cast<Kel16s>(a2p);
-    c.td = static_cast<Kel16s>(tdp);
-    c.ap = static_cast<Kel16s>(ap);
+    // 4.2.6 XOR, UPB, and the delay lines: DQ enters DQ1, SR enters SR1
+    // (FLOATA, FLOATB; the magnitude of SR is taken modulo 2^15, so -32768
+    // is a negative zero).
+    updateLanes(w.lanes, r.leak, dqMag != 0, dqSign, a2p, toFloat(dqMag), w.sr1Float, w.sr1Neg);
+    w.sr1Neg = sr < 0;
+    w.sr1Float = toFloat(w.sr1Neg ? -sr & 32767 : sr);
+    w.td = tdp;
+    w.ap = ap;
+    w.a1 = a1p;
+    w.a2 = a2p;
 
     // 4.2.6 TRIGB, 4.2.5 TRIGA: a transition clears all eight coefficients
     // and the tone flag, and sets AP to 1 for fast adaptation.
     if (tr) {
-        for (Kel16s& coef : c.coef) coef = 0;
-        c.td = 0;
-        c.ap = 256;
+        clearCoefficients(w.lanes);
+        w.a1 = 0;
+        w.a2 = 0;
+        w.td = 0;
+        w.ap = 256;
     }
 
-    // Delay lines: DQ enters DQ1, SR enters SR1 (FLOATA, FLOATB; the
-    // magnitude of SR is taken modulo 2^15, so -32768 is a negative zero).
-    for (int k = 5; k > 0; --k) {
-        c.mag[k] = c.mag[k - 1];
-        c.sign[k] = c.sign[k - 1];
-    }
-    c.mag[0] = toFloat(dqMag);
-    c.sign[0] = static_cast<Kel16s>(dqSign);
-    c.mag[7] = c.mag[6];
-    c.sign[7] = c.sign[6];
-    c.mag[6] = toFloat(sr < 0 ? -sr & 32767 : sr);
-    c.sign[6] = static_cast<Kel16s>(sr < 0);
-
-    c.pk2 = c.pk1;
-    c.pk1 = static_cast<Kel16s>(pk0);
-    c.pk0 = static_cast<Kel16s>(pk0);
-    c.sez = static_cast<Kel16s>(est.sez);
-    c.yu = static_cast<Kel16s>(yu);
-    c.yl = ylNew;
-    c.dms = static_cast<Kel16s>(dms);
-    c.dml = static_cast<Kel16s>(dml);
+    w.pk2 = w.pk1;
+    w.pk1 = pk0;
+    w.pk0 = pk0;
+    w.sez = est.sez;
+    w.yu = yu;
+    w.yl = ylNew;
+    w.dms = dms;
+    w.dml = dml;
     return sr;
 }
 
@@ -262,7 +600,7 @@ inline Kel16s adapt(Codec& c, const RateTable& t, int i, const Estimate& est) {
 // for mu-law. A wrapped SR of -32768 is taken as 0 for mu-law and -2 for
 // A-law (this library's rule; the STL reference compresses it as the
 // negative zero, which differs for mu-law only).
-inline Kel8u compress(int law, Kel16s sr) {
+KEL_G726_INLINE Kel8u compress(int law, Kel16s sr) {
     Kel16s x;
     if (sr == kMin16) {
         x = static_cast<Kel16s>(law == kelPcmMuLaw ? 0 : -8);  // 0 (mu-law) or -2 (A-law), times 4
@@ -278,15 +616,16 @@ inline Kel8u compress(int law, Kel16s sr) {
 // re-quantized; when that does not give back the received code word i, the
 // output moves one PCM level towards it, so that tandem ADPCM - PCM - ADPCM
 // codings do not accumulate distortion.
-inline Kel16s output(int law, const RateTable& t, int i, Kel16s sr, const Estimate& est) {
+template <int kLevels>
+KEL_G726_INLINE Kel16s output(int law, const Rate& r, int i, Kel16s sr, const Estimate& est) {
     if (law != kelPcmMuLaw && law != kelPcmALaw) return static_cast<Kel16s>(clamp(sr, -8192, 8191));
     const bool mu = law == kelPcmMuLaw;
     Kel8u code = compress(law, sr);
     const int slx = (mu ? kMuLawToLinear[code] : kALawToLinear[code]) >> 2;
-    const int id = quantize(t, static_cast<Kel16s>(slx - est.se), est.y);
+    const int id = quantize<kLevels>(r, static_cast<Kel16s>(slx - est.se), est.y);
     // Code words compared in the order of the values they stand for: flipping
     // the sign bit puts the negative codes below the positive ones.
-    const int signBit = 1 << (t.bits - 1);
+    const int signBit = 1 << (RateShape<kLevels>::kBits - 1);
     const int requantized = id ^ signBit;
     const int received = i ^ signBit;
     if (requantized < received) code = mu ? kMuLawNextGreater[code] : kALawNextGreater[code];
@@ -303,31 +642,54 @@ Codec initialCodec(int rateIdx) {
     return c;
 }
 
-// The rate index of a state block, kept in range so that a corrupted block
-// cannot select a table outside kRateTables.
-inline const RateTable& tableOf(const Codec& c) { return kRateTables[c.rate & (kRateCount - 1)]; }
-
-void ownEncode_G726(Codec& c, const Kel16s* pSrc, Kel8u* pDst, int len) {
-    const RateTable& t = tableOf(c);
+template <int kLevels>
+void encodeBlock(Codec& c, const Kel16s* pSrc, Kel8u* pDst, int len) {
+    const Rate r = prepareRate(kRateTables[RateShape<kLevels>::kIndex]);
+    Work w = loadWork(c);
     for (int j = 0; j < len; ++j) {
-        const Estimate est = estimate(c);
+        const Estimate est = estimate(w);
         // 4.2.1 SUBTA: D = SL - SE, 16-bit two's complement.
-        const int i = quantize(t, wrap16(pSrc[j] - est.se), est.y);
+        const int i = quantize<kLevels>(r, wrap16(pSrc[j] - est.se), est.y);
         pDst[j] = static_cast<Kel8u>(i);
-        adapt(c, t, i, est);
+        adapt<kLevels>(w, r, i, est);
+    }
+    storeWork(w, c);
+}
+
+template <int kLevels>
+void decodeBlock(Codec& c, int law, const Kel8u* pSrc, Kel16s* pDst, int len) {
+    const Rate r = prepareRate(kRateTables[RateShape<kLevels>::kIndex]);
+    const int mask = (1 << RateShape<kLevels>::kBits) - 1;
+    Work w = loadWork(c);
+    for (int j = 0; j < len; ++j) {
+        const Estimate est = estimate(w);
+        // Only the code word's n bits are used, so any byte indexes inside
+        // the rate's tables.
+        const int i = pSrc[j] & mask;
+        const Kel16s sr = adapt<kLevels>(w, r, i, est);
+        pDst[j] = output<kLevels>(law, r, i, sr, est);
+    }
+    storeWork(w, c);
+}
+
+// The coder for the state's rate, with its number of decision levels fixed;
+// the rate index is masked so that a corrupted block cannot select a table
+// outside kRateTables.
+void ownEncode_G726(Codec& c, const Kel16s* pSrc, Kel8u* pDst, int len) {
+    switch (c.rate & (kRateCount - 1)) {
+        case 0: encodeBlock<1>(c, pSrc, pDst, len); break;
+        case 1: encodeBlock<3>(c, pSrc, pDst, len); break;
+        case 2: encodeBlock<7>(c, pSrc, pDst, len); break;
+        default: encodeBlock<15>(c, pSrc, pDst, len); break;
     }
 }
 
 void ownDecode_G726(Codec& c, int law, const Kel8u* pSrc, Kel16s* pDst, int len) {
-    const RateTable& t = tableOf(c);
-    const int mask = (1 << t.bits) - 1;
-    for (int j = 0; j < len; ++j) {
-        const Estimate est = estimate(c);
-        // Only the code word's n bits are used, so any byte indexes inside
-        // the rate's tables.
-        const int i = pSrc[j] & mask;
-        const Kel16s sr = adapt(c, t, i, est);
-        pDst[j] = output(law, t, i, sr, est);
+    switch (c.rate & (kRateCount - 1)) {
+        case 0: decodeBlock<1>(c, law, pSrc, pDst, len); break;
+        case 1: decodeBlock<3>(c, law, pSrc, pDst, len); break;
+        case 2: decodeBlock<7>(c, law, pSrc, pDst, len); break;
+        default: decodeBlock<15>(c, law, pSrc, pDst, len); break;
     }
 }
 
