@@ -316,6 +316,164 @@ KELSC_API KelStatus kelsMuLawToLin_8u16s(const Kel8u* pSrc, Kel16s* pDst, int le
 KELSC_API KelStatus kelsALawToLin_8u16s(const Kel8u* pSrc, Kel16s* pDst, int len);
 
 /* ------------------------------------------------------------------------ */
+/* Correlation, convolution and LP filters. Sums are formed in the word     */
+/* each function names: "wrapping" (32-bit two's complement, no             */
+/* saturation), "64-bit" (exact, limited once at the end) or "stepwise"     */
+/* (saturated after every product, as L_mac). "History": samples the        */
+/* function reads before the pointer it is given (only read, never          */
+/* written); the caller places them there. Sources and destinations must    */
+/* not overlap unless the function works in place.                          */
+/* ------------------------------------------------------------------------ */
+
+/* r[k] = sum over i < len - k of x[i] * x[i + k], wrapping, k < lagCount
+   (0 when len - k <= 0). pSrc: [len], pDst: [lagCount]. */
+KELSC_API KelStatus kelsAutoCorr_16s32s(const Kel16s* pSrc, int len, Kel32s* pDst, int lagCount);
+/* Normalised autocorrelation for LP analysis. E = sum of x[i]^2 in 64 bits,
+   saturated to 32 bits. E > 1073741823 returns kelStatusOverflow with
+   nothing written (scale the input down and call again). Else r0 = 2E + 1,
+   n = left shifts normalising r0, pDst[0] = r0 << n, *pNorm = n (0..30), and
+   for k >= 1 pDst[k] = (sum over i < len - k of x[i] * x[i + k], wrapping)
+   shifted left by n + 1 with 32-bit saturation. The G.729 Autocorr on a
+   windowed frame. pSrc: [len], pDst: [lagCount]. */
+KELSC_API KelStatus kelsAutoCorr_NormE_16s32s(const Kel16s* pSrc, int len, Kel32s* pDst, int lagCount, int* pNorm);
+/* As above with 16-bit results: E (64 bits) saturated to 2147483647,
+   r0 = 2E (2147483647 when E >= 2^30; no + 1), n normalises r0 (0 for
+   r0 = 0), *pNorm = n, pDst[0] = round(r0 << n); for k >= 1 the 64-bit lag
+   sum shifted left by n + 1, saturated to 32 bits and rounded. round(v) is
+   32767 for v >= 2147450880, else (v + 32768) >> 16. Never an overflow. */
+KELSC_API KelStatus kelsAutoCorr_NormE_NR_16s(const Kel16s* pSrc, int len, Kel16s* pDst, int lagCount, int* pNorm);
+
+/* c[k] = sum over i < len - k of pSrc1[i] * pSrc2[i + k], wrapping,
+   k = 0..len-1; stored as c >> sf (arithmetic, truncating; sf > 31 acts as
+   31) for sf >= 0 and c << -sf (wrapping; -sf > 31 gives 0) for sf < 0.
+   Any sf is accepted. All [len]. */
+KELSC_API KelStatus kelsCrossCorr_16s32s_Sfs(const Kel16s* pSrc1, const Kel16s* pSrc2, int len, Kel32s* pDst,
+                                             int scaleFactor);
+/* c[k] = sum over i < len of pSrc1[i] * pSrc2[i + k], wrapping, k < lagCount;
+   pDst[k] = (c + 16384) >> 15 (wrapping addition) stored as 16 bits without
+   saturation. pSrc1: [len], pSrc2: [len + lagCount - 1], pDst: [lagCount]. */
+KELSC_API KelStatus kelsCrossCorr_NR_16s(const Kel16s* pSrc1, const Kel16s* pSrc2, int len, Kel16s* pDst, int lagCount);
+/* c[k] = 2 * (sum over i < len - k of pSrc1[i] * pSrc2[i + k]), wrapping,
+   k = 0..len-1; m = the largest |c[k]| (|-2^31| counts as 2147483647),
+   n = its normalising shift limited to 16 (0 for m = 0);
+   pDst[k] = c[k] >> (18 - n) as 16 bits: the peak lands just below 2^13
+   (G.729 Cor_h_X with pSrc1 the impulse response). All [len]. */
+KELSC_API KelStatus kelsCrossCorr_NormM_16s(const Kel16s* pSrc1, const Kel16s* pSrc2, int len, Kel16s* pDst);
+
+/* Lag search, lags maxLag down to 0: c = sum over i < len of
+   pSrc[i] * pSrc2[i + lag] in 64 bits saturated to 32 bits (as
+   kelsDotProd_16s32s_Sfs with sf 0). *pMax starts at 0 and *pIndex at
+   maxLag; a lag replaces the best only if strictly greater, so among equal
+   maxima the largest lag wins and with no positive correlation the result
+   is 0 at maxLag. maxLag < 0: kelStatusOutOfRange. pSrc: [len],
+   pSrc2: [len + maxLag]. */
+KELSC_API KelStatus kelsCrossCorrLagMax_16s(const Kel16s* pSrc, const Kel16s* pSrc2, int len, int maxLag, Kel32s* pMax,
+                                            int* pIndex);
+/* Lag search, lags lagMin..lagMax ascending (both included): s = sum over
+   i < len of x[i] * x[i + lag], wrapping; the first lag with the strictly
+   largest s wins (ties keep the smaller lag); *pMax = 2s with saturated
+   doubling. lagMin > lagMax gives *pMax = -2147483648 and *pIndex = 0.
+   pSrc: [len + lagMax]. Lags are not checked. */
+KELSC_API KelStatus kelsAutoCorrLagMax_Fwd_16s(const Kel16s* pSrc, int len, int lagMin, int lagMax, Kel32s* pMax,
+                                               int* pIndex);
+/* As kelsAutoCorrLagMax_Fwd_16s with s = sum over i < len of
+   x[i] * x[i - lag] (the G.729 open-loop pitch search Lag_max).
+   History: lagMax samples before pSrc. */
+KELSC_API KelStatus kelsAutoCorrLagMax_Inv_16s(const Kel16s* pSrc, int len, int lagMin, int lagMax, Kel32s* pMax,
+                                               int* pIndex);
+/* Float lag search, lags lagMin..lagMax-1 (upper bound excluded): s = sum
+   over i < len of x[i] * x[i - lag] in double precision; strictly greater
+   replaces (ties keep the smaller lag); *pMax = (float)s. lagMin >= lagMax
+   gives *pMax = -3.4028235e38 and *pIndex = 0. History: lagMax - 1 samples
+   before pSrc. */
+KELSC_API KelStatus kelsAutoCorrLagMax_32f(const Kel32f* pSrc, int len, int lagMin, int lagMax, Kel32f* pMax,
+                                           int* pIndex);
+/* Float lag search, lags maxLag down to 0: s = sum over i < len of
+   pSrc[i] * pSrc2[i + lag] in double precision; the best starts at
+   -3.4028234663852886e38 with index 0; strictly greater replaces, so ties
+   keep the larger lag. maxLag < 0: kelStatusOutOfRange. pSrc2: [len + maxLag]. */
+KELSC_API KelStatus kelsCrossCorrLagMax_32f64f(const Kel32f* pSrc, const Kel32f* pSrc2, int len, int maxLag,
+                                               Kel64f* pMax, int* pIndex);
+
+/* Partial convolution y[n] = sum over k = 0..n of pSrc1[k] * pSrc2[n - k],
+   wrapping, n < len. All [len]. */
+KELSC_API KelStatus kelsConvPartial_16s32s(const Kel16s* pSrc1, const Kel16s* pSrc2, Kel32s* pDst, int len);
+/* The same sum >> sf (arithmetic; sf > 31 acts as 31) stored as 16 bits
+   without rounding or saturation (G.729 Convolve with sf 12 and a Q12
+   impulse response, where that does not saturate). Checks pointers, then
+   sf < 0 as kelStatusBadArgument, then len < 1: a deliberate exception to
+   the common order and code. */
+KELSC_API KelStatus kelsConvPartial_16s_Sfs(const Kel16s* pSrc1, const Kel16s* pSrc2, Kel16s* pDst, int len,
+                                            int scaleFactor);
+/* (sum + 16384) >> 15 of the wrapping sum (wrapping addition), stored as 16
+   bits without saturation. */
+KELSC_API KelStatus kelsConvPartial_NR_Low_16s(const Kel16s* pSrc1, const Kel16s* pSrc2, Kel16s* pDst, int len);
+/* Stepwise: acc = L_mac(acc, pSrc1[k], pSrc2[n - k]) for k = 0..n (doubled
+   products, saturated after each step), then round(acc) as
+   kelsAutoCorr_NormE_NR_16s rounds. */
+KELSC_API KelStatus kelsConvPartial_NR_16s(const Kel16s* pSrc1, const Kel16s* pSrc2, Kel16s* pDst, int len);
+
+/* 10th-order LP synthesis 1/A(z). pLPC: a[0..10] (a[0] multiplies the input;
+   4096 for Q12 coefficients with sf 12). sf must be 12 or 13
+   (kelStatusBadScale otherwise). y[n] = (a[0] * x[n] - sum over k = 1..10
+   of a[k] * y[n - k] + 2^(sf-1)) >> sf, wrapping sums. pMem: the 10 past
+   outputs, oldest first (pMem[9] = y[-1]); only read, never updated, so
+   the caller keeps the last 10 outputs itself. pMem null means zero history;
+   then each output is stored as 16 bits without saturation and the status
+   is 0. With pMem, each output is saturated to 16 bits and
+   kelStatusOverflow is returned if any was. In place: pSrcDst [len]. */
+KELSC_API KelStatus kelsSynthesisFilter_NR_16s_ISfs(const Kel16s* pLPC, Kel16s* pSrcDst, int len, int scaleFactor,
+                                                    const Kel16s* pMem);
+/* As kelsSynthesisFilter_NR_16s_ISfs out of place (pSrc may equal pDst). */
+KELSC_API KelStatus kelsSynthesisFilter_NR_16s_Sfs(const Kel16s* pLPC, const Kel16s* pSrc, Kel16s* pDst, int len,
+                                                   int scaleFactor, const Kel16s* pMem);
+/* As kelsSynthesisFilter_NR_16s_ISfs without saturation (outputs stored as
+   16 bits), always returning 0. */
+KELSC_API KelStatus kelsSynthesisFilterLow_NR_16s_ISfs(const Kel16s* pLPC, Kel16s* pSrcDst, int len, int scaleFactor,
+                                                       const Kel16s* pMem);
+/* Impulse response of 1/A(z) from zero state: h[0] = a[0] (unshifted),
+   h[n] = (-sum over k = 1..min(n, 10) of a[k] * h[n - k] + 2^(sf-1)) >> sf,
+   wrapping, stored as 16 bits without saturation. sf 12 or 13. pDst: [len]. */
+KELSC_API KelStatus kelsSynthesisFilterZeroStateResponse_NR_16s(const Kel16s* pLPC, Kel16s* pDst, int len,
+                                                                int scaleFactor);
+
+/* LP residual A(z): e[n] = (sum over k = 0..order of a[k] * x[n - k]
+   + 2^(sf-1)) >> sf (no rounding term for sf 0), with a wrapping 32-bit sum
+   and rounding addition, then saturated to 16 bits. pLPC: [order + 1];
+   history: order samples before pSrc. Checks: order < 1, len < 1 or
+   len < order (kelStatusBadSize); sf outside 0..15 (kelStatusBadScale).
+   pSrc and pDst must not overlap. */
+KELSC_API KelStatus kelsResidualFilter_Low_16s_Sfs(const Kel16s* pLPC, int order, const Kel16s* pSrc, Kel16s* pDst,
+                                                   int len, int scaleFactor);
+
+/* Harmonic (pitch) comb, in place and in order: pSrcDst[n] +=
+   (pSrcDst[n - T] * val) >> 15, stored as 16 bits without saturation. From
+   n = T on the term reads an already filtered sample (recursive); before
+   that it reads the T samples of history before pSrcDst. val: Q15 gain.
+   T is not checked. */
+KELSC_API KelStatus kelsHarmonicFilter_16s_I(Kel16s val, int T, Kel16s* pSrcDst, int len);
+/* pDst[n] = (pSrc[n - T] * val + pSrc[n] * 32768 + 16384) >> 15 (wrapping
+   32-bit sum), stored as 16 bits; non-recursive. History: T samples before
+   pSrc. */
+KELSC_API KelStatus kelsHarmonicFilter_NR_16s(Kel16s val, int T, const Kel16s* pSrc, Kel16s* pDst, int len);
+/* pSrcDst[n] = pSrcDst[n] + val * pSrcDst[n - T], in place and in order
+   (recursive like the 16-bit form). History: T samples before pSrcDst. */
+KELSC_API KelStatus kelsHarmonicFilter_32f_I(Kel32f val, int T, Kel32f* pSrcDst, int len);
+
+/* Pre-emphasis y[n] = x[n] - val * x[n - 1] in place, with x[-1] = *pMem;
+ *pMem is then set to the last input sample x[len - 1]. */
+KELSC_API KelStatus kelsPreemphasize_32f_I(Kel32f val, Kel32f* pSrcDst, int len, Kel32f* pMem);
+
+/* Weighted sum pDst[i] = sat16((t1 + t2 + r) >> (16 - s)), s = min(sf1, sf2):
+   t = pSrc[i] * val, the term with the larger scale shifted left by
+   |sf1 - sf2|; r = 2^(15 - s). A scale sf means that val carries the
+   factor 2^(sf - 16) (Q(16 - sf)); for s >= 16 the exact sum is multiplied
+   by 2^(s - 16) with saturation. Exact (64-bit) arithmetic. sf1 < 0 or
+   sf2 < 0: kelStatusBadScale. All [len]. */
+KELSC_API KelStatus kelsInterpolateC_NR_16s(const Kel16s* pSrc1, Kel16s val1, int sf1, const Kel16s* pSrc2, Kel16s val2,
+                                            int sf2, Kel16s* pDst, int len);
+
+/* ------------------------------------------------------------------------ */
 /* G.726 ADPCM                                                              */
 /* ------------------------------------------------------------------------ */
 /* The complete ITU-T G.726 coder at 16, 24, 32 and 40 kbit/s, sample by
