@@ -559,6 +559,262 @@ KELSC_API KelStatus kelsDecodeInit_G726_8u16s(KelG726DecoderState* pDecState, in
         returns kelStatusOk and processes nothing. */
 KELSC_API KelStatus kelsDecode_G726_8u16s(KelG726DecoderState* pDecState, const Kel8u* pSrc, Kel16s* pDst, int len);
 
+/* ------------------------------------------------------------------------ */
+/* G.729 LP analysis and LSP quantisation                                   */
+/* ------------------------------------------------------------------------ */
+/* ITU-T G.729 clauses 3.2.1 to 3.2.6 (encoder LP analysis and LSP
+ * quantisation), 4.1.1 and 4.4.1 (LSP decoding and its frame-erasure
+ * path), with the annex A root search, the annex B comfort-noise (SID) LSF
+ * quantiser and the annex E forward-mode quantiser, bit-exact with the
+ * fixed-point reference code of G.729 Release 2, and the pre-processing
+ * high-pass filter of 3.1 (also the post-processing filter of 4.2.5).
+ *
+ * Encoder frame (80 samples, LP window of 240 samples ending 40 samples
+ * after the frame): kelsHighPassFilter_G729_16s_ISfs (scale 12) on the new
+ * samples; kelsAutoCorr_G729B on the window (r[0..10] used);
+ * kelsLagWindow_G729_32s_I on r[1..10]; kelsLevinsonDurbin_G729B (on
+ * warning 12 keep the previous LP vector); kelsLPCToLSP_G729_16s with the
+ * previous frame's LSPs; kelsLSPQuant_G729_16s. Decoder:
+ * kelsLSFDecode_G729_16s (or kelsLSFDecodeErased_G729_16s), then
+ * kelsLSFToLSP_G729_16s, kelsInterpolate_G729_16s and kelsLSPToLPC_G729_16s.
+ *
+ * Formats: LP coefficients a[0..order] Q12 (a[0] = 4096); reflection
+ * coefficients Q15; LSPs the cosines of the line spectral frequencies, Q15,
+ * decreasing; LSFs the frequencies in radians, Q13 (0..pi), increasing;
+ * autocorrelations 32-bit words normalised so that r[0] lies in
+ * 2^30..2^31-1.
+ *
+ * MA predictor memory (pPrevFreq): the caller's array of 40 Kel16s, the
+ * quantiser outputs (residuals, Q13) of the last four frames, newest first:
+ * frame k (k = 0 newest) at [10 k .. 10 k + 9]. The library never resets it:
+ * set each of the four frames to 2339, 4679, 7018, 9358, 11698, 14037,
+ * 16377, 18717, 21056, 23396 (i pi / 11, i = 1..10, Q13) when an encoder or
+ * decoder starts, and pass the same array to every call.
+ *
+ * Quantiser indices: L0 the MA predictor (1 bit), L1 the first stage
+ * (7 bits), L2 and L3 the second stage for the lower and upper five LSFs
+ * (5 bits each). The G.729 parameter words are (L0 << 7) | L1 and
+ * (L2 << 5) | L3.
+ *
+ * Statuses: kelStatusOverflow (+12) from the Levinson-Durbin recursion
+ * (see there). The LSF decoders' stability step returns
+ * kelStatusLsfLowClamped (+13) when it raised the first LSF to 40 (0.005),
+ * kelStatusLsfHighClamped (+14) when it lowered the last to 25681 (3.135),
+ * kelStatusLsfBothClamped (+15) for both; the clamped LSFs are written. A
+ * predictor index outside 0..3 gives kelStatusBadIndex (-11) with nothing
+ * touched; 2 and 3 select predictors 0 and 1 (its low bit, as in the 8-bit
+ * parameter word). Every other index is masked to its field width, so that
+ * any value reads inside the codebooks. */
+
+/* Windowed autocorrelation (G.729 3.2.1; G.729B order 12). The 240 samples
+   are windowed (x[n] * hamwindow[n], rounded Q15 product), then
+   r = kelsAutoCorr_NormE_16s32s of the windowed signal, 13 lags; while that
+   reports an overflow the windowed signal is divided by 4 (arithmetic shift
+   by 2) and the energy exponent, which starts at 1, grows by 4.
+   pSrc: in, [240] the LP analysis window of the (pre-processed) speech.
+   pNormOut: out, one Kel16s: the energy exponent minus the normalisation
+             shift of r[0] (the G.729B exp_R0).
+   pDst: out, [13] r[0..12], normalised. */
+KELSC_API KelStatus kelsAutoCorr_G729B(const Kel16s* pSrc, Kel16s* pNormOut, Kel32s* pDst);
+
+/* Lag window (G.729 3.2.1): r[i] = r[i] * wlag[i] for i < len, the product
+   of the two 32-bit words formed from their 16-bit high and 15-bit low
+   halves as G.729 does (hi*hi + (hi*lo >> 15) + (lo*hi >> 15)) * 2; wlag
+   is the 60 Hz Gaussian window of lags 1..12 (Q31, first entry 0x7FD85D00).
+   pSrcDst: in/out, [len] the autocorrelation from lag 1 (r[0] is not
+            windowed: pass &r[1]).
+   len: 1..12 (10 for G.729, 12 for G.729B); above 12: kelStatusOutOfRange. */
+KELSC_API KelStatus kelsLagWindow_G729_32s_I(Kel32s* pSrcDst, int len);
+
+/* Levinson-Durbin recursion (G.729 3.2.2) in the reference's double
+   precision, for order 1..30 (else kelStatusOutOfRange).
+   pSrcAutoCorr: in, [order + 1] normalised (lag-windowed) autocorrelations.
+   order: LP order.
+   pDstLpc: out, [order + 1] Q12, a[0] = 4096.
+   pDstRc: out, [order] reflection coefficients, Q15.
+   pResultResidualEnergy: out, one Kel16s: the final prediction error
+                          shifted right by 16 + its normalisation.
+   Returns kelStatusOverflow (+12) when |r[0]| < 65536 (nothing written) or
+   when a reflection coefficient of order 2 or more exceeds 32750 in
+   magnitude: the recursion stops there, pDstRc holds the coefficients up
+   to that one, and pDstLpc and the energy are left as they were, so that
+   the caller keeps its previous LP vector (G.729 3.2.2). */
+KELSC_API KelStatus kelsLevinsonDurbin_G729_32s16s(const Kel32s* pSrcAutoCorr, int order, Kel16s* pDstLpc,
+                                                   Kel16s* pDstRc, Kel16s* pResultResidualEnergy);
+/* As kelsLevinsonDurbin_G729_32s16s with order 10 and pDstRc of 2 values
+   (the first two reflection coefficients, which G.729B and annex E use). */
+KELSC_API KelStatus kelsLevinsonDurbin_G729B(const Kel32s* pSrcAutoCorr, Kel16s* pDstLpc, Kel16s* pDstRc,
+                                             Kel16s* pResultResidualEnergy);
+
+/* LP to LSP (G.729 3.2.3): the roots of the sum and difference polynomials
+   by Chebyshev evaluation on a grid of cosines from cos 0 to cos pi, F1 and
+   F2 alternately; each sign change is bisected 4 times (grid of 60
+   intervals) and interpolated linearly. The polynomial coefficients are
+   formed in Q11, or in Q10 when one of them leaves 16 bits in Q11 (the
+   overflow-safe form). If fewer than 10 roots are found, pSrcPrevLsp is
+   copied to pDstLsp; the status is still kelStatusOk.
+   pSrcLpc: in, [11] Q12.
+   pSrcPrevLsp: in, [10] Q15, the previous frame's LSPs.
+   pDstLsp: out, [10] Q15 (may be pSrcPrevLsp). */
+KELSC_API KelStatus kelsLPCToLSP_G729_16s(const Kel16s* pSrcLpc, const Kel16s* pSrcPrevLsp, Kel16s* pDstLsp);
+/* As kelsLPCToLSP_G729_16s with the G.729A search: 50 grid intervals, 2
+   bisections. */
+KELSC_API KelStatus kelsLPCToLSP_G729A_16s(const Kel16s* pSrcLpc, const Kel16s* pSrcPrevLsp, Kel16s* pDstLsp);
+
+/* LSP to LP (G.729 3.2.6): F1(z) and F2(z) from the even- and odd-numbered
+   LSPs in 32-bit (Q24) double precision, multiplied by (1 + z^-1) and
+   (1 - z^-1); a[i] = (f1[i] + f2[i] + 4096) >> 13 and
+   a[11 - i] = (f1[i] - f2[i] + 4096) >> 13 for i = 1..5, saturated to 16
+   bits.
+   pSrcLsp: in, [10] Q15.
+   pDstLpc: out, [11] Q12, a[0] = 4096. */
+KELSC_API KelStatus kelsLSPToLPC_G729_16s(const Kel16s* pSrcLsp, Kel16s* pDstLpc);
+
+/* LSP to LSF by table interpolation of acos on 64 segments, walking the
+   LSPs from the tenth to the first with one segment index that only
+   decreases (so the LSPs must be in decreasing order).
+   pSrcLsp: in, [10] Q15.
+   pDstLsf: out, [10] Q13 radians (may be pSrcLsp). */
+KELSC_API KelStatus kelsLSPToLSF_G729_16s(const Kel16s* pSrcLsp, Kel16s* pDstLsf);
+/* As kelsLSPToLSF_G729_16s with the normalised frequency as result:
+   pDstLsf: out, [10] Q15, 0..0.5 (0.5 = pi); may be pSrcLsp. */
+KELSC_API KelStatus kelsLSPToLSF_Norm_G729_16s(const Kel16s* pSrcLsp, Kel16s* pDstLsf);
+/* LSF to LSP by table interpolation of cos on 64 segments (frequencies past
+   the last segment use it).
+   pSrcLsf: in, [10] Q13 radians.
+   pDstLsp: out, [10] Q15 (may be pSrcLsf).
+   A negative LSF stops the conversion with kelStatusNegativeLsf (-12); the
+   elements before it are written. */
+KELSC_API KelStatus kelsLSFToLSP_G729_16s(const Kel16s* pSrcLsf, Kel16s* pDstLsp);
+
+/* Two-stage switched-MA-predictive LSF quantiser (G.729 3.2.4): for both
+   predictors, the first stage by unweighted full search, the second stage
+   by weighted search of each half, the predictor of smaller weighted
+   distortion kept (predictor 0 on a tie; the lowest index wins every tie);
+   then the decoding of kelsLSFDecode_G729_16s with the chosen indices.
+   pSrcLsf: in, [10] Q13.
+   pPrevFreq: in/out, [40] MA predictor memory (see above).
+   pQLsf: out, [10] Q13, the quantised LSFs (may be pSrcLsf).
+   pIdx: out, [4] L0, L1, L2, L3.
+   Returns the decoder's status (0, +13, +14, +15). */
+KELSC_API KelStatus kelsLSFQuant_G729_16s(const Kel16s* pSrcLsf, Kel16s* pPrevFreq, Kel16s* pQLsf, Kel16s* pIdx);
+/* The G.729 LSP quantiser (Qua_lsp): LSP to LSF, kelsLSFQuant_G729_16s, LSF
+   to LSP. The stability warnings are not passed on.
+   pSrcLsp: in, [10] Q15.
+   pPrevFreq: in/out, [40] MA predictor memory.
+   pQLsp: out, [10] Q15, the quantised LSPs (may be pSrcLsp).
+   pIdx: out, [2] the parameter words (L0 << 7) | L1 and (L2 << 5) | L3. */
+KELSC_API KelStatus kelsLSPQuant_G729_16s(const Kel16s* pSrcLsp, Kel16s* pPrevFreq, Kel16s* pQLsp, Kel16s* pIdx);
+/* LSF decoder (G.729 3.2.4, 4.1.1): residual = first-stage vector L1 with
+   the lower half of second-stage vector L2 and the upper half of L3, spread
+   to gaps of 10 then 5 (Q13); lsf = MA prediction + fg_sum x residual; the
+   memory shifted (the residual becomes the newest frame); then the
+   stability step (one pass of adjacent swaps, the first LSF at least 40,
+   each next at least 321 above its predecessor, the last at most 25681).
+   pIdx: in, [4] L0 (0..3, else kelStatusBadIndex; 2 and 3 act as 0 and 1),
+         L1, L2, L3 (masked with 127, 31, 31: never read outside the
+         codebooks).
+   pPrevFreq: in/out, [40] MA predictor memory.
+   pQLsf: out, [10] Q13. */
+KELSC_API KelStatus kelsLSFDecode_G729_16s(const Kel16s* pIdx, Kel16s* pPrevFreq, Kel16s* pQLsf);
+/* Frame-erasure path of the LSF decoder (G.729 4.4.1): the caller repeats
+   the last good frame's LSFs; this derives the residual those LSFs have
+   under predictor maIndex and shifts it into the memory as the decoder
+   does. The LSFs are not changed.
+   maIndex: L0 of the last good frame (0..3, else kelStatusBadIndex; 2 and 3
+            act as 0 and 1).
+   pPrevFreq: in/out, [40] MA predictor memory.
+   pSrcLsf: in, [10] Q13, the repeated LSFs. */
+KELSC_API KelStatus kelsLSFDecodeErased_G729_16s(Kel16s maIndex, Kel16s* pPrevFreq, const Kel16s* pSrcLsf);
+
+/* G.729B comfort-noise (SID) LSF quantiser (lsfq_noise): the LSFs spaced to
+   at least 642 (about 100 Hz) within 40..25681, weighted as in G.729; four
+   first-stage candidates over both noise predictors from the 32 SID rows
+   of the first-stage codebook, then the best of 16 second-stage row pairs;
+   then the decoding of kelsLSFDecode_G729B_16s with the chosen indices.
+   pSrcLsf: in, [10] Q13 (not modified).
+   pPrevFreq: in/out, [40] MA predictor memory (the encoder's, shared with
+              kelsLSPQuant_G729_16s).
+   pQLsf: out, [10] Q13 (may be pSrcLsf).
+   pIdx: out, [3] noise predictor (0..1), first-stage index (0..31),
+         second-stage index (0..15).
+   Returns the decoder's status (0, +13, +14, +15). */
+KELSC_API KelStatus kelsLSFQuant_G729B_16s(const Kel16s* pSrcLsf, Kel16s* pPrevFreq, Kel16s* pQLsf, Kel16s* pIdx);
+/* G.729B SID LSF decoder (sid_lsfq_decode up to the LSFs): residual from
+   the indexed SID rows, spread to a gap of 10, the noise MA prediction
+   (predictor 1 is 0.6 fg[0] + 0.4 fg[1]), memory shift and the G.729
+   stability step.
+   pIdx: in, [3] noise predictor (0..3, else kelStatusBadIndex; 2 and 3 act
+         as 0 and 1), first-stage index (masked with 31), second-stage
+         index (masked with 15).
+   pPrevFreq: in/out, [40] MA predictor memory.
+   pQLsf: out, [10] Q13. */
+KELSC_API KelStatus kelsLSFDecode_G729B_16s(const Kel16s* pIdx, Kel16s* pPrevFreq, Kel16s* pQLsf);
+
+/* G.729E LSP quantiser (Qua_lspe): kelsLSPQuant_G729_16s without the memory
+   update, which annex E makes only when the frame is coded in forward mode:
+   the caller then shifts pFreqCur into pPrevFreq (frames 0..2 move to 1..3,
+   pFreqCur becomes frame 0).
+   pSrcLsp: in, [10] Q15.
+   pPrevFreq: in, [40] MA predictor memory (not modified).
+   pQLsp: out, [10] Q15 (may be pSrcLsp).
+   pIdx: out, [2] the parameter words (L0 << 7) | L1 and (L2 << 5) | L3.
+   pFreqCur: out, [10] Q13, this frame's quantiser output (residual).
+   Returns the status of the final LSF-to-LSP conversion. */
+KELSC_API KelStatus kelsLSPQuant_G729E_16s(const Kel16s* pSrcLsp, const Kel16s* pPrevFreq, Kel16s* pQLsp,
+                                           Kel16s* pIdx, Kel16s* pFreqCur);
+/* G.729E LSF decoder for a forward-mode frame (Lsp_iqua_cse), with its own
+   erasure handling: a good frame decodes as kelsLSFDecode_G729_16s from the
+   two parameter words and remembers the LSFs and the predictor; an erased
+   frame (pIdx null) repeats the remembered LSFs and shifts their residual
+   under the remembered predictor into the memory.
+   pIdx: in, [2] the parameter words (fields masked: L0 bit 7 of the first,
+         L1 its bits 0..6, L2 bits 5..9 and L3 bits 0..4 of the second), or
+         null for an erased frame.
+   pPrevFreq: in/out, [40] MA predictor memory.
+   pPrevLsf: in/out, [10] Q13, the last good frame's quantised LSFs (reset
+             to the same i pi / 11 values as the memory).
+   pPrevMa: in/out, one Kel16s: the last good frame's predictor (reset to
+            0; its low bit is used).
+   pQLsf: out, [10] Q13.
+   Returns the stability step's status for a good frame, 0 for an erased one. */
+KELSC_API KelStatus kelsLSFDecode_G729E_16s(const Kel16s* pIdx, Kel16s* pPrevFreq, Kel16s* pPrevLsf,
+                                            Kel16s* pPrevMa, Kel16s* pQLsf);
+
+/* Sub-frame LSP interpolation (G.729 3.2.5): pDst[i] = (pSrc1[i] >> 1) +
+   (pSrc2[i] >> 1), arithmetic shifts, no rounding or saturation (the first
+   sub-frame's LSPs are the interpolation of the previous and the current).
+   All [len]; pDst may be either source. */
+KELSC_API KelStatus kelsInterpolate_G729_16s(const Kel16s* pSrc1, const Kel16s* pSrc2, Kel16s* pDst, int len);
+
+/* G.729 second-order high-pass filter: the encoder's pre-processing (3.1,
+   140 Hz: scale 12, b = 1899, -3798, 1899 (halved, Q12), a = 4096, 7807,
+   -3733 (Q12)) or the decoder's post-processing (4.2.5, 100 Hz: scale 13,
+   b = 7699, -15398, 7699, a = 8192, 15836, -7667 (Q13)). Per sample,
+   s = a1 y1 + a2 y2 + 2 (b0 x + b1 x1 + b2 x2), the a terms from the 16-bit
+   high and 15-bit low halves of the 32-bit past outputs, each step
+   saturated; s is shifted left by 15 - scale with saturation and kept as
+   the new y1; the output sample is the rounded high half of s (scale 12)
+   or of 2 s saturated (scale 13).
+   State block: the caller's memory of the reported size (24 bytes) at any
+   alignment: y1, y2 (Kel32s), x1, x2 (Kel16s), a0, a1, a2, b0, b1, b2
+   (Kel16s; a0 is kept and not used). It holds no pointers. */
+typedef struct KelG729HighPassState KelG729HighPassState;
+
+/* *pSize = 24, the size in bytes of a high-pass filter state block.
+   pSize: out, one Kel32s. */
+KELSC_API KelStatus kelsHighPassFilterSize_G729(Kel32s* pSize);
+/* Zeroes the filter memories and stores the coefficients.
+   pCoeff: in, [6] a0, a1, a2, b0, b1, b2.
+   pState: out, a block of the reported size. */
+KELSC_API KelStatus kelsHighPassFilterInit_G729(const Kel16s* pCoeff, KelG729HighPassState* pState);
+/* Filters len samples in place, the state carried over between calls.
+   pSrcDst: in/out, [len].
+   scaleFactor: 12 or 13 (else kelStatusBadScale).
+   pState: in/out, a block set up by kelsHighPassFilterInit_G729. */
+KELSC_API KelStatus kelsHighPassFilter_G729_16s_ISfs(Kel16s* pSrcDst, int len, int scaleFactor,
+                                                     KelG729HighPassState* pState);
+
 #ifdef __cplusplus
 }
 #endif
