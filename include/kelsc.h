@@ -560,6 +560,236 @@ KELSC_API KelStatus kelsDecodeInit_G726_8u16s(KelG726DecoderState* pDecState, in
 KELSC_API KelStatus kelsDecode_G726_8u16s(KelG726DecoderState* pDecState, const Kel8u* pSrc, Kel16s* pDst, int len);
 
 /* ------------------------------------------------------------------------ */
+/* G.722 sub-band ADPCM and QMF                                             */
+/* ------------------------------------------------------------------------ */
+/* ITU-T G.722 7 kHz audio coding at 64, 56 and 48 kbit/s as two separable
+ * stages, bit-exact with the fixed-point description of the Recommendation
+ * (as the ITU-T G.191 reference computes it): the 24-tap quadrature mirror
+ * filter pair, which splits 16 kHz audio into a lower and a higher band at
+ * 8 kHz and joins them again, and the sub-band ADPCM coder of the two bands
+ * (quantizers, inverse quantizers, scale-factor adaptation and the adaptive
+ * two-pole, six-zero predictor of each band).
+ *   Encoder: kelsQMFEncode_G722_16s, then kelsSBADPCMEncode_G722_16s.
+ *   Decoder: kelsSBADPCMDecode_G722_16s, then kelsQMFDecode_G722_16s.
+ * The mode-dependent framing of the 64 kbit/s octets (auxiliary data in the
+ * low bits at 56 and 48 kbit/s) is the caller's business.
+ *
+ * Lengths: len counts Kel16s elements, two per 8 kHz instant, and must be
+ * >= 1 and even (else kelStatusBadSize, nothing written). Blocks of any even
+ * length may follow each other: the result does not depend on the cut.
+ * Band signals: interleaved, element 2k the lower-band sample (XL, RL) and
+ * element 2k + 1 the higher-band sample (XH, RH) of instant k; 15-bit
+ * values, -16384..16383.
+ * Code words: interleaved, element 2k the 6-bit lower-band code ILR (0..63;
+ * at 56 and 48 kbit/s its upper 5 and 4 bits carry the band) and element
+ * 2k + 1 the 2-bit higher-band code IH (0..3), one per element,
+ * right-aligned. The transmitted octet is IH << 6 | ILR. The decoder uses
+ * ILR & 63 and IH & 3 only, so any value is safe: it never reads outside its
+ * tables.
+ *
+ * QMF delay lines: a caller-owned array of 24 Kel16s per direction (one for
+ * the encoder, one for the decoder), zeroed before the first call, holding
+ * the G.722 filter's delay line: positions 2..23 the last eleven input
+ * pairs, newest first (the encoder's second input sample of a pair before
+ * its first; the decoder's RL - RH before RL + RH), positions 0 and 1 a copy
+ * of the newest pair.
+ *
+ * ADPCM state blocks: caller memory of the size the StateSize functions
+ * report (144 bytes), at any alignment. Every function places the state at
+ * the first 16-byte boundary inside the block and uses 128 bytes from there
+ * (so the size includes 16 bytes of slack). The state holds no pointers; a
+ * byte copy carries on the stream only at the same address modulo 16. There
+ * is no identity tag and the coding functions do not validate the block. */
+
+/* Opaque state blocks. */
+typedef struct KelG722EncoderState KelG722EncoderState;
+typedef struct KelG722DecoderState KelG722DecoderState;
+
+/* Transmit QMF: splits 16 kHz samples into interleaved band samples.
+   pSrc: in, [len] 16-bit samples at 16 kHz; pair k = pSrc[2k], pSrc[2k + 1].
+   pDst: out, [len] interleaved XL, XH (15-bit) at 8 kHz, one pair per input
+         pair. May be pSrc itself; must not otherwise overlap it.
+   len: even, >= 2.
+   pDelay: in/out, [24] the encoder's QMF delay line (zeroed before the
+           first call). */
+KELSC_API KelStatus kelsQMFEncode_G722_16s(const Kel16s* pSrc, Kel16s* pDst, int len, Kel16s* pDelay);
+
+/* Receive QMF: joins interleaved reconstructed band samples into 16 kHz
+   samples (RL + RH and RL - RH enter the filter saturated to 16 bits; each
+   output is saturated to 16 bits).
+   pSrc: in, [len] interleaved RL, RH (15-bit).
+   pDst: out, [len] 16-bit samples at 16 kHz, two per input pair. May be
+         pSrc itself; must not otherwise overlap it.
+   len: even, >= 2.
+   pDelay: in/out, [24] the decoder's QMF delay line (zeroed before the
+           first call). */
+KELSC_API KelStatus kelsQMFDecode_G722_16s(const Kel16s* pSrc, Kel16s* pDst, int len, Kel16s* pDelay);
+
+/* *pSize = 144, the size in bytes of an encoder state block.
+   pSize: out, one Kel32u. */
+KELSC_API KelStatus kelsSBADPCMEncodeStateSize_G722_16s(Kel32u* pSize);
+
+/* *pSize = 144, the size in bytes of a decoder state block.
+   pSize: out, one Kel32u. */
+KELSC_API KelStatus kelsSBADPCMDecodeStateSize_G722_16s(Kel32u* pSize);
+
+/* Resets an encoder state block: DETL = 32, DETH = 8, all other variables 0.
+   pEncState: out, a block of the reported size (any alignment). */
+KELSC_API KelStatus kelsSBADPCMEncodeInit_G722_16s(KelG722EncoderState* pEncState);
+
+/* Resets a decoder state block, as the encoder's.
+   pDecState: out, a block of the reported size (any alignment). */
+KELSC_API KelStatus kelsSBADPCMDecodeInit_G722_16s(KelG722DecoderState* pDecState);
+
+/* Sub-band ADPCM encoder: codes len / 2 instants.
+   pSrc: in, [len] interleaved XL, XH (15-bit, -16384..16383).
+   pDst: out, [len] interleaved code words ILR (0..63), IH (0..3).
+   len: even, >= 2.
+   pEncState: in/out, a block set up by kelsSBADPCMEncodeInit_G722_16s. */
+KELSC_API KelStatus kelsSBADPCMEncode_G722_16s(const Kel16s* pSrc, Kel16u* pDst, int len,
+                                               KelG722EncoderState* pEncState);
+
+/* Sub-band ADPCM decoder: decodes len / 2 instants. The predictors and the
+   scale factors always run on the 4-bit code ILR >> 2 and IH, as G.722
+   requires, so the state evolves alike in every mode; the mode chooses the
+   lower band's output inverse quantizer only.
+   pSrc: in, [len] interleaved code words ILR, IH (masked to 6 and 2 bits).
+   pDst: out, [len] interleaved RL, RH (15-bit).
+   len: even, >= 2.
+   mode: 1 = 64 kbit/s (6-bit ILR), 2 = 56 kbit/s (ILR >> 1), any other
+         value = 48 kbit/s (ILR >> 2); not checked.
+   pDecState: in/out, a block set up by kelsSBADPCMDecodeInit_G722_16s. */
+KELSC_API KelStatus kelsSBADPCMDecode_G722_16s(const Kel16s* pSrc, Kel16s* pDst, int len, Kel16s mode,
+                                               KelG722DecoderState* pDecState);
+
+/* ------------------------------------------------------------------------ */
+/* GSM full rate (GSM 06.10 RPE-LTP)                                        */
+/* ------------------------------------------------------------------------ */
+/* The signal-processing steps of the GSM 06.10 full-rate speech codec in
+ * its 16-bit fixed-point arithmetic, bit-exact with the Recommendation's
+ * reference (apart from the wrapping additions of the offset compensation,
+ * see there). Rounded products are mult_r(a, b) = (a * b + 16384) >> 15 and
+ * 16-bit additions saturate, as GSM 06.10 defines them.
+ *
+ * The frame bookkeeping is the caller's: LAR coding, decoding and
+ * interpolation, long-term prediction, RPE grid selection and APCM
+ * quantisation, parameter packing. A GSM 06.10 coder calls, per 160-sample
+ * frame:
+ *   encoder: kelsHighPassFilter_GSMFR_16s, kelsPreemphasize_GSMFR_16s, the
+ *            autocorrelation (kelsAutoCorr_16s32s, doubled),
+ *            kelsSchur_GSMFR_32s16s, kelsShortTermAnalysisFilter_GSMFR_16s_I
+ *            once per interpolated coefficient set (13, 14, 13, 120
+ *            samples); per 40-sample sub-segment the LTP lag search
+ *            (kelsCrossCorrLagMax_16s with maxLag 80 over the 120 past
+ *            samples, lag 120 - index), kelsWeightingFilter_GSMFR_16s and,
+ *            for the local decoder, kelsRPEQuantDecode_GSMFR_16s;
+ *   decoder: kelsRPEQuantDecode_GSMFR_16s per sub-segment,
+ *            kelsShortTermSynthesisFilter_GSMFR_16s per coefficient set,
+ *            kelsDeemphasize_GSMFR_16s_I.
+ *
+ * Memories are small caller-owned arrays, zeroed at the start of a stream
+ * and passed to every call; the output does not depend on how a signal is
+ * cut into calls. Reflection coefficients are Q15. Unless stated, a source
+ * may be its destination but must not otherwise overlap it. */
+
+/* Memory of the offset compensation (kelsHighPassFilter_GSMFR_16s); zero
+   both fields at the start of a stream. */
+typedef struct KelHighPassMem_GSMFR {
+    Kel32s lz2; /* L_z2: the recursive part's 32-bit state (about 2^15 times the last output) */
+    Kel16s z1;  /* z1: the last scaled input sample */
+} KelHighPassMem_GSMFR;
+
+/* GSM 06.10 4.2.5: reflection coefficients from autocorrelations by the
+   Schur recursion in 16-bit arithmetic. R[0] = 0 gives order zeros.
+   Otherwise R[0..order] are normalised by the left shift that normalises
+   R[0] (the upper 16 bits of each shifted value are kept) and the
+   recursion runs; when at step i |P[1]| exceeds P[0], coefficients
+   i..order-1 are set to 0. The first k coefficients of any order are those
+   of order k.
+   pSrcAutoCorr: in, [order + 1] autocorrelations R[0..order] (GSM 06.10
+                 4.2.4's L_ACF: twice the sums of products).
+   pDstRC: out, [order] reflection coefficients r[1..order], Q15, each in
+           -32767..32767.
+   order: 1..8 (0, negative or above 8: kelStatusBadSize). */
+KELSC_API KelStatus kelsSchur_GSMFR_32s16s(const Kel32s* pSrcAutoCorr, Kel16s* pDstRC, int order);
+
+/* GSM 06.10 4.2.10: short-term analysis (lattice) filter, in place. Per
+   sample: d = sav = s; for i = 0..7: t = u[i]; u[i] = sav;
+   sav = t + mult_r(r[i], d); d = d + mult_r(r[i], t); the sample becomes d.
+   The products are stored as 16 bits without saturation (the reference's
+   GSM_MULT_R: r[i] = u[i] = -32768 gives -32768).
+   pRC: in, [8] reflection coefficients r[1..8], Q15.
+   pSrcDst: in/out, [len] the signal s, replaced by the residual d.
+   len: samples.
+   pMem: in/out, [8] the lattice memory u[0..7]. */
+KELSC_API KelStatus kelsShortTermAnalysisFilter_GSMFR_16s_I(const Kel16s* pRC, Kel16s* pSrcDst, int len, Kel16s* pMem);
+
+/* GSM 06.10 4.2.13: RPE weighting (block) filter, no memory:
+   y[k] = sat16((4096 + sum over j = 0..10 of H[j] * x[k - 5 + j]) >> 13),
+   H = (-134, -374, 0, 2054, 5741, 8192, 5741, 2054, 0, -374, -134) (Q13).
+   pSrc: in, [len] plus 5 readable samples before pSrc[0] and 5 after
+         pSrc[len - 1] (GSM 06.10 zeroes e[-5..-1] and e[40..44]).
+   pDst: out, [len]; must not overlap pSrc[-5 .. len + 4].
+   len: samples (40 per RPE sub-segment). */
+KELSC_API KelStatus kelsWeightingFilter_GSMFR_16s(const Kel16s* pSrc, Kel16s* pDst, int len);
+
+/* GSM 06.10 4.2.3: pre-emphasis, y[k] = sat16(x[k] + mult_r(x[k - 1], -28180)).
+   pSrc: in, [len]. pDst: out, [len] (may be pSrc).
+   pMem: in/out, one Kel16s: x[-1] before the call, the last input x[len - 1]
+         after it. */
+KELSC_API KelStatus kelsPreemphasize_GSMFR_16s(const Kel16s* pSrc, Kel16s* pDst, int len, Kel16s* pMem);
+
+/* GSM 06.10 4.2.1 and 4.2.2: downscaling of the 13-bit input and offset
+   compensation (high-pass filter), per sample: so = (x >> 3) << 2;
+   s1 = so - z1 (as 16 bits); z1 = so; msp = bits 15..30 of L_z2 (as a
+   signed 16-bit value), lsp = L_z2 & 32767;
+   L_s2 = s1 * 2^15 + ((lsp * 32735 + 16384) >> 15); L_z2 = msp * 32735 + L_s2;
+   y = bits 15..30 of L_z2 + 16384 (as a signed 16-bit value). The two 32-bit
+   additions wrap where the reference saturates, deliberately; for 16-bit
+   msp and s1 the sums never leave the 32-bit range, so the two agree for
+   any signal and memory.
+   pSrc: in, [len] 16-bit samples whose top 13 bits are the input (the lower
+         3 bits are ignored). pDst: out, [len] (may be pSrc).
+   pMem: in/out, the filter memory. */
+KELSC_API KelStatus kelsHighPassFilter_GSMFR_16s(const Kel16s* pSrc, Kel16s* pDst, int len, KelHighPassMem_GSMFR* pMem);
+
+/* GSM 06.10 4.2.16: APCM inverse quantisation of the 13 RPE pulses:
+   xMp[i] = ((mult_r(mantFactor, (2 * xMc[i] - 7) << 12) + round) as a
+   saturated 16-bit value) >> exp, with round = 2^(exp - 1) for exp 1..15
+   (-32768 for exp 16), 0 for exp 0 and above 16, and shifts of 16 or more
+   leaving the sign (0 or -1). For codes 0..7 this is
+   (((2 * xMc[i] - 7) * mantFactor + 4) >> 3 + round) >> exp. Codes outside
+   0..7 are not refused: (2 * xMc[i] - 7) << 12 is taken as 16 bits, as in
+   the reference; no table is indexed by them.
+   pSrc: in, [13] pulse codes xMc (0..7). pDst: out, [13] pulses xMp (may be
+         pSrc).
+   mantFactor: GSM 06.10 Table 4.6 FAC[mant] (Q15) of the block maximum's
+               mantissa mant, which the caller looks up.
+   exp: 6 - the exponent of the block maximum (0..10 from a valid xmaxc);
+        negative: kelStatusBadScale. */
+KELSC_API KelStatus kelsRPEQuantDecode_GSMFR_16s(const Kel16s* pSrc, Kel16s mantFactor, Kel16s exp, Kel16s* pDst);
+
+/* GSM 06.10 4.3.5: de-emphasis with up-scaling, in place:
+   msr = sat16(x + mult_r(msr, 28180)); the output is sat16(2 * msr) with
+   its three least significant bits cleared (always a multiple of 8).
+   pSrcDst: in/out, [len].
+   pMem: in/out, one Kel16s: msr, the last de-emphasised sample before
+         up-scaling. */
+KELSC_API KelStatus kelsDeemphasize_GSMFR_16s_I(Kel16s* pSrcDst, int len, Kel16s* pMem);
+
+/* GSM 06.10 4.3.4: short-term synthesis (lattice) filter. Per sample:
+   sri = input; for i = 7 down to 0: sri = sri - mult_r(r[i], v[i]);
+   v[i + 1] = v[i] + mult_r(r[i], sri); then v[0] = sri is the output. The
+   products saturate (-32768 * -32768 gives 32767), as the reference's.
+   pRC: in, [8] reflection coefficients r[1..8], Q15.
+   pSrc: in, [len] the reconstructed short-term residual.
+   pDst: out, [len] the synthesised signal (may be pSrc).
+   len: samples.
+   pMem: in/out, [9] the lattice memory v[0..8]. */
+KELSC_API KelStatus kelsShortTermSynthesisFilter_GSMFR_16s(const Kel16s* pRC, const Kel16s* pSrc, Kel16s* pDst, int len,
+                                                           Kel16s* pMem);
+
+/* ------------------------------------------------------------------------ */
 /* G.729 LP analysis and LSP quantisation                                   */
 /* ------------------------------------------------------------------------ */
 /* ITU-T G.729 clauses 3.2.1 to 3.2.6 (encoder LP analysis and LSP

@@ -9,6 +9,7 @@ packages=(
     libbenchmark-dev                           # bench/
     libspandsp-dev                             # bench/: the G.726 comparison
     libfftw3-dev libkissfft-dev                # bench/: the real-FFT comparison
+    libgsm1-dev                                # bench/: the GSM 06.10 comparison
     libsndfile1-dev                            # tools/kelscodec: audio files
     gcc-multilib g++-multilib                  # the 32-bit build
     clang-format                               # formatting check

@@ -5,6 +5,7 @@
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 set(speech8k ${SAMPLES}/speech-8k.wav)
+set(speech16k ${SAMPLES}/speech-16k.wav)
 
 # Runs the tool with the given arguments; sets rc, out, err.
 function(kelscodec)
@@ -33,17 +34,21 @@ function(wav_samples path var)
   set(${var} ${n} PARENT_SCOPE)
 endfunction()
 
-# Segmental SNR of decoded against the 8 kHz speech, as `compare` prints it.
+# Segmental SNR of decoded against the round trip's input, as `compare
+# --codec` prints it (allowing for the codec's delay).
 function(snr_of decoded var)
-  kelscodec(compare ${speech8k} ${decoded})
+  kelscodec(compare --codec ${codec} ${input} ${decoded})
   expect(0 out "segmental SNR: (-?[0-9.]+) dB")
   set(${var} ${CMAKE_MATCH_1} PARENT_SCOPE)
 endfunction()
 
 if(CASE STREQUAL "list")
   kelscodec(list)
-  foreach(name g711-alaw g711-ulaw g726-16 g726-24 g726-32 g726-40)
+  foreach(name g711-alaw g711-ulaw g726-16 g726-24 g726-32 g726-40 gsm-fr)
     expect(0 out "\n${name} +8000 ")
+  endforeach()
+  foreach(name g722-64 g722-56 g722-48)
+    expect(0 out "\n${name} +16000 ")
   endforeach()
 
 elseif(CASE STREQUAL "usage")
@@ -105,6 +110,9 @@ elseif(CASE STREQUAL "wrong_codec_stream")
   expect(0 err "^$")
   kelscodec(decode --codec g726-16 out.g726 out.wav)
   expect(1 err "not a 2-bit code word")
+  # Nor are they GSM 06.10 frames.
+  kelscodec(decode --codec gsm-fr out.g726 out.wav)
+  expect(1 err "no whole number of 33-byte GSM 06.10 frames")
 
 elseif(CASE STREQUAL "raw_reencode")
   # A-law expansion then compression gives every code word back (mu-law
@@ -130,7 +138,7 @@ elseif(CASE STREQUAL "raw_reencode")
 
 elseif(CASE STREQUAL "demo")
   kelscodec(demo --out demo)
-  foreach(name g711-alaw g711-ulaw g726-16 g726-24 g726-32 g726-40)
+  foreach(name g711-alaw g711-ulaw g726-16 g726-24 g726-32 g726-40 gsm-fr g722-64 g722-56 g722-48)
     expect(0 out "\n${name} +[0-9.]+ +[0-9.]+ +[0-9]+ +[0-9]+ +[0-9]+\n")
     if(NOT EXISTS ${WORK}/demo/${name}.wav)
       message(FATAL_ERROR "demo did not write demo/${name}.wav")
@@ -152,7 +160,8 @@ elseif(CASE STREQUAL "demo")
   expect(0 out "g726-32")
 
 elseif(CASE MATCHES "^roundtrip_(.+)$")
-  # Encode the 8 kHz speech, check the stream's size and code-word width,
+  # Encode the speech at the codec's rate (8 kHz unless <codec>_input names
+  # the 16 kHz sample), check the stream's size and code-word width,
   # decode it and require a segmental SNR typical of the codec.
   set(codec ${CMAKE_MATCH_1})
   set(g711-alaw_bits 8)
@@ -167,12 +176,34 @@ elseif(CASE MATCHES "^roundtrip_(.+)$")
   set(g726-32_snr 20)
   set(g726-40_bits 5)
   set(g726-40_snr 25)
-  kelscodec(encode --codec ${codec} ${speech8k} speech.bin)
+  set(gsm-fr_bits 8)
+  set(gsm-fr_snr 9)
+  set(gsm-fr_frame 33)  # bytes per 160 samples, the last frame completed with silence
+  foreach(rate 64 56 48)
+    set(g722-${rate}_bits 8)
+    set(g722-${rate}_input ${speech16k})
+    set(g722-${rate}_pairs TRUE)  # one byte per two samples
+  endforeach()
+  set(g722-64_snr 24)
+  set(g722-56_snr 23)  # above what the 48 kbit/s decoder reaches
+  set(g722-48_snr 18)
+  set(input ${speech8k})
+  if(DEFINED ${codec}_input)
+    set(input ${${codec}_input})
+  endif()
+  kelscodec(encode --codec ${codec} ${input} speech.bin)
   expect(0 err "^$")
-  wav_samples(${speech8k} n)
+  wav_samples(${input} n)
   file(SIZE ${WORK}/speech.bin size)
-  if(NOT size EQUAL n)
-    message(FATAL_ERROR "the stream holds ${size} bytes, expected one per sample (${n})")
+  if(DEFINED ${codec}_pairs)
+    math(EXPR want "(${n} + 1) / 2")
+  elseif(DEFINED ${codec}_frame)
+    math(EXPR want "(${n} + 159) / 160 * ${${codec}_frame}")
+  else()
+    set(want ${n})  # one byte per sample
+  endif()
+  if(NOT size EQUAL want)
+    message(FATAL_ERROR "the stream holds ${size} bytes, expected ${want} for ${n} samples")
   endif()
   if(${codec}_bits LESS 8)
     file(READ ${WORK}/speech.bin hex HEX)

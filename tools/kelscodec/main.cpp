@@ -23,7 +23,7 @@ const char* const kUsage =
     "  kelscodec list\n"
     "  kelscodec encode --codec NAME [--force] IN OUT\n"
     "  kelscodec decode --codec NAME [--force] IN OUT\n"
-    "  kelscodec compare [--rate HZ] REFERENCE DECODED\n"
+    "  kelscodec compare [--rate HZ] [--codec NAME] REFERENCE DECODED\n"
     "  kelscodec demo [--out DIR] [--force]\n"
     "  kelscodec --help\n";
 
@@ -33,7 +33,9 @@ const char* const kHelp =
     "  list     the codecs: name, sample rate, bit rate, description\n"
     "  encode   codes the audio file IN into the encoded file OUT\n"
     "  decode   decodes the encoded file IN into the audio file OUT\n"
-    "  compare  segmental SNR of DECODED against REFERENCE (mono, same rate)\n"
+    "  compare  segmental SNR of DECODED against REFERENCE (mono, same rate);\n"
+    "           with --codec, DECODED is taken to lag by that codec's delay\n"
+    "           (G.722: 22 samples)\n"
     "  demo     codes the built-in speech sample with every codec, writes the\n"
     "           decoded audio to DIR (default kelscodec-demo) and prints bit\n"
     "           rate, segmental SNR and speed per codec\n"
@@ -53,13 +55,28 @@ const char* const kHelp =
     "  `sox in.wav -r 8000 -c 1 -b 16 out.wav`. Samples are read as 16-bit.\n"
     "\n"
     "Encoded files:\n"
-    "  Raw code words, no header: one byte per audio sample, so the file size\n"
-    "  is the number of samples. G.711: the 8-bit code word as transmitted.\n"
+    "  No header. G.711, G.726: raw code words, one byte per audio sample, so\n"
+    "  the file size is the number of samples. G.711: the 8-bit code word as\n"
+    "  transmitted.\n"
     "  G.726: the n-bit code word (n = 2, 3, 4, 5 at 16, 24, 32, 40 kbit/s)\n"
     "  in the low bits, the upper bits zero. A file does not name its codec:\n"
     "  decode with the --codec that encoded it (a byte that is no code word\n"
     "  of that codec is an error). G.726 codes 14-bit samples: 16-bit input\n"
     "  is shifted right by 2 before encoding, decoded samples left by 2.\n"
+    "  GSM 06.10 (gsm-fr): 33-byte frames, one per 160 samples (20 ms), as\n"
+    "  libgsm and sox write .gsm files: the signature 0xD in the top 4 bits,\n"
+    "  then the 76 parameters (260 bits) in GSM 06.10 Table 1.1 order, most\n"
+    "  significant bit first. The codec uses the top 13 bits of each sample;\n"
+    "  the last frame is completed with silence, so decoded audio is a whole\n"
+    "  number of frames long.\n"
+    "  G.722 (g722-64, g722-56, g722-48): 16 kHz audio, one byte per pair of\n"
+    "  samples (an odd last sample is completed with a zero): the octet\n"
+    "  IH << 6 | ILR of G.722, the 2-bit higher-band code above the 6-bit\n"
+    "  lower-band code, as transmitted at 64 kbit/s. The three write the same\n"
+    "  octets; they differ in the decoder only, which at 56 and 48 kbit/s\n"
+    "  (modes 2 and 3) ignores the lowest 1 or 2 bits, where such a channel\n"
+    "  carries auxiliary data. Every byte is a valid octet. The samples are\n"
+    "  coded as they are (16-bit), and the decoded audio lags by 22 samples.\n"
     "\n"
     "Segmental SNR:\n"
     "  The mean over consecutive 20 ms frames of 10 log10(input energy /\n"
@@ -212,7 +229,8 @@ void compare(const CommandLine& cl) {
         throw std::runtime_error("the files' sample rates differ: " + std::to_string(ref.sampleRate) + " and " +
                                  std::to_string(test.sampleRate) + " Hz");
     }
-    const SegmentalSnr snr = segmentalSnr(ref.samples, test.samples, ref.sampleRate);
+    const int delay = cl.codec.empty() ? 0 : requireCodec(cl).delay;
+    const SegmentalSnr snr = segmentalSnr(ref.samples, test.samples, ref.sampleRate, delay);
     if (snr.frames == 0) throw std::runtime_error(cl.files[0] + ": no frame above the silence threshold");
     printf("segmental SNR: %.2f dB (%d frames of 20 ms, %d silent frames left out)\n", snr.db, snr.frames, snr.silent);
 }
