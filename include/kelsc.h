@@ -991,8 +991,8 @@ KELSC_API KelStatus kelsLSFDecode_G729B_16s(const Kel16s* pIdx, Kel16s* pPrevFre
    pIdx: out, [2] the parameter words (L0 << 7) | L1 and (L2 << 5) | L3.
    pFreqCur: out, [10] Q13, this frame's quantiser output (residual).
    Returns the status of the final LSF-to-LSP conversion. */
-KELSC_API KelStatus kelsLSPQuant_G729E_16s(const Kel16s* pSrcLsp, const Kel16s* pPrevFreq, Kel16s* pQLsp,
-                                           Kel16s* pIdx, Kel16s* pFreqCur);
+KELSC_API KelStatus kelsLSPQuant_G729E_16s(const Kel16s* pSrcLsp, const Kel16s* pPrevFreq, Kel16s* pQLsp, Kel16s* pIdx,
+                                           Kel16s* pFreqCur);
 /* G.729E LSF decoder for a forward-mode frame (Lsp_iqua_cse), with its own
    erasure handling: a good frame decodes as kelsLSFDecode_G729_16s from the
    two parameter words and remembers the LSFs and the predictor; an erased
@@ -1008,8 +1008,8 @@ KELSC_API KelStatus kelsLSPQuant_G729E_16s(const Kel16s* pSrcLsp, const Kel16s* 
             0; its low bit is used).
    pQLsf: out, [10] Q13.
    Returns the stability step's status for a good frame, 0 for an erased one. */
-KELSC_API KelStatus kelsLSFDecode_G729E_16s(const Kel16s* pIdx, Kel16s* pPrevFreq, Kel16s* pPrevLsf,
-                                            Kel16s* pPrevMa, Kel16s* pQLsf);
+KELSC_API KelStatus kelsLSFDecode_G729E_16s(const Kel16s* pIdx, Kel16s* pPrevFreq, Kel16s* pPrevLsf, Kel16s* pPrevMa,
+                                            Kel16s* pQLsf);
 
 /* Sub-frame LSP interpolation (G.729 3.2.5): pDst[i] = (pSrc1[i] >> 1) +
    (pSrc2[i] >> 1), arithmetic shifts, no rounding or saturation (the first
