@@ -474,6 +474,143 @@ KELSC_API KelStatus kelsInterpolateC_NR_16s(const Kel16s* pSrc1, Kel16s val1, in
                                             int sf2, Kel16s* pDst, int len);
 
 /* ------------------------------------------------------------------------ */
+/* Real FFT                                                                 */
+/* ------------------------------------------------------------------------ */
+/* Real-input FFT of N = 2^order samples, order 0..30, in single precision,
+ * and 16-bit/32-bit forms that convert around the float transform.
+ *
+ * Scaling: forward X[k] = f * sum over n of x[n] exp(-2 pi i n k / N);
+ * inverse x[n] = g * sum over the full Hermitian spectrum of
+ * X[k] exp(+2 pi i n k / N), with f and g set by the flag given at Init:
+ *     kelFftDivFwdByN  (1): f = 1/N,       g = 1
+ *     kelFftDivInvByN  (2): f = 1,         g = 1/N
+ *     kelFftDivBySqrtN (4): f = 1/sqrt(N), g = 1/sqrt(N)
+ *     kelFftNoDiv      (8): f = 1,         g = 1
+ * Flags 1, 2 and 4 make forward-then-inverse the identity (within float
+ * rounding); flag 8 returns N times the input. Any other value is refused
+ * with kelStatusBadFftFlag.
+ *
+ * Packing (X[0] and X[N/2] of real input are real):
+ *  - CCS, N + 2 values: Re X[0], 0, Re X[1], Im X[1], ..., Re X[N/2], 0.
+ *    N = 1: the two values x[0], 0.
+ *  - Perm, N values: Re X[0], Re X[N/2], Re X[1], Im X[1], ...,
+ *    Re X[N/2 - 1], Im X[N/2 - 1]. N = 1: x[0].
+ *  The inverse reads neither Im X[0] nor Im X[N/2] (pSrc[1], pSrc[N + 1]).
+ *
+ * FFT blocks (KelFFTSpec_...): GetSize gives three sizes in bytes (block, init
+ * scratch, work buffer); the caller allocates the block and, for orders
+ * >= 4, the init scratch (at any alignment), and Init builds the block at
+ * the first 16-byte boundary of pMemSpec and returns that address in
+ * *ppSpec. The scratch may be freed after Init; the block needs no release
+ * of its own. A block holds no pointers (a copy at another 16-byte boundary
+ * works the same). Transforms only read the block, so one block may serve
+ * several threads at once, each with its own work buffer (or a null one).
+ * Float blocks carry the identity tag 6, 16-bit blocks 1280136039; a
+ * transform given the other kind returns kelStatusBadContext.
+ *
+ * Sizes in bytes, N = 2^order, M = N / 2:
+ *   float block:    96 for order < 4, else
+ *                   96 * ceil(M / 16) + 32 * ceil(2N / 16) + 96
+ *   float scratch:  0 for order < 4, else ((N + 19) & ~15) + 16
+ *   float work:     0 for order < 4, else 8N + 80
+ *   16-bit block:   float block + 48
+ *   16-bit scratch: float scratch, plus 16 when not 0
+ *   16-bit work:    float work + 4N + 24
+ * Orders 28..30 need more than an int can count: their size queries and
+ * inits return kelStatusNoMemory (after every other check).
+ *
+ * Work buffers: a buffer of the reported size, at any alignment (used from
+ * its first 16-byte boundary), serves one call at a time. pBuffer may be
+ * null: the transform then allocates its work buffer with kelsMalloc_8u and
+ * frees it before returning (kelStatusNoMemory when that fails); the float
+ * transforms of orders < 4 need none.
+ *
+ * Aliasing: the float transforms work in place when pSrc == pDst; otherwise
+ * source and destination must not overlap. The 16-bit forms read all of
+ * pSrc before writing pDst, so any overlap is allowed. Data need no
+ * particular alignment.
+ *
+ * Argument checks, first failure returned, nothing written on failure: the
+ * size queries check the order (kelStatusBadFftOrder) before their
+ * pointers; the transforms check pSpec (kelStatusNullPointer) and its tag
+ * (kelStatusBadContext) before pSrc and pDst, then the allocation of a work
+ * buffer (kelStatusNoMemory). */
+
+/* Opaque FFT blocks: tables and settings of one order and flag. */
+typedef struct KelFFTSpec_R_32f KelFFTSpec_R_32f;
+typedef struct KelFFTSpec_R_16s32s KelFFTSpec_R_16s32s;
+
+/* Normalisation flags. */
+enum {
+    kelFftDivFwdByN = 1,  /* forward times 1/N */
+    kelFftDivInvByN = 2,  /* inverse times 1/N */
+    kelFftDivBySqrtN = 4, /* both times 1/sqrt(N) */
+    kelFftNoDiv = 8       /* neither scaled */
+};
+
+/* Sizes for a float block of the given order (formulas above).
+   order: 0..30, checked before the pointers (kelStatusBadFftOrder).
+   flag, hint: not checked; the sizes do not depend on them.
+   pSpecSize: out, bytes of the block.
+   pSpecBufferSize: out, bytes of the init scratch (0: none needed).
+   pBufferSize: out, bytes of a transform's work buffer (0: none needed). */
+KELSC_API KelStatus kelsFFTGetSize_R_32f(int order, int flag, int hint, int* pSpecSize, int* pSpecBufferSize,
+                                         int* pBufferSize);
+/* As kelsFFTGetSize_R_32f for a 16-bit block. */
+KELSC_API KelStatus kelsFFTGetSize_R_16s32s(int order, int flag, int hint, int* pSpecSize, int* pSpecBufferSize,
+                                            int* pBufferSize);
+
+/* Builds a float block.
+   ppSpec: out, the block (the first 16-byte boundary of pMemSpec).
+   order: 0..30 (kelStatusBadFftOrder).
+   flag: kelFftDivFwdByN, kelFftDivInvByN, kelFftDivBySqrtN or kelFftNoDiv
+         (kelStatusBadFftFlag).
+   hint: stored in the block, not used (pass 0).
+   pMemSpec: the block's memory, of the reported size, any alignment.
+   pMemInit: scratch of the reported size, any alignment; required for
+             order >= 4 (kelStatusNullPointer), not read below.
+   Checks ppSpec, order, pMemSpec, flag, pMemInit in that order. */
+KELSC_API KelStatus kelsFFTInit_R_32f(KelFFTSpec_R_32f** ppSpec, int order, int flag, int hint, Kel8u* pMemSpec,
+                                      Kel8u* pMemInit);
+/* As kelsFFTInit_R_32f for the 16-bit transforms (a 24-byte header and a
+   float block of the same order and flag). */
+KELSC_API KelStatus kelsFFTInit_R_16s32s(KelFFTSpec_R_16s32s** ppSpec, int order, int flag, int hint, Kel8u* pMemSpec,
+                                         Kel8u* pMemInit);
+
+/* *pSize = the work-buffer bytes of the float transforms with this block
+   (0: none needed), the value kelsFFTGetSize_R_32f reports.
+   Checks pSpec and pSize (kelStatusNullPointer), then the tag. */
+KELSC_API KelStatus kelsFFTGetBufSize_R_32f(const KelFFTSpec_R_32f* pSpec, int* pSize);
+
+/* Forward transform of N real samples to CCS.
+   pSrc: in, [N]. pDst: out, [N + 2] (2 for N = 1). pSpec: a float block.
+   pBuffer: work buffer or null (see above). pSrc may equal pDst. */
+KELSC_API KelStatus kelsFFTFwd_RToCCS_32f(const Kel32f* pSrc, Kel32f* pDst, const KelFFTSpec_R_32f* pSpec,
+                                          Kel8u* pBuffer);
+/* Forward transform of N real samples to Perm. pSrc: in, [N]. pDst: out, [N]. */
+KELSC_API KelStatus kelsFFTFwd_RToPerm_32f(const Kel32f* pSrc, Kel32f* pDst, const KelFFTSpec_R_32f* pSpec,
+                                           Kel8u* pBuffer);
+/* Inverse transform of a CCS spectrum to N real samples.
+   pSrc: in, [N + 2] CCS (pSrc[1] and pSrc[N + 1] not read). pDst: out, [N]. */
+KELSC_API KelStatus kelsFFTInv_CCSToR_32f(const Kel32f* pSrc, Kel32f* pDst, const KelFFTSpec_R_32f* pSpec,
+                                          Kel8u* pBuffer);
+
+/* Forward transform of N 16-bit samples to a 32-bit CCS spectrum: the float
+   Perm transform of the samples, each result times 2^-scaleFactor, rounded
+   to nearest with halves away from zero and saturated to 32 bits (as
+   kelsConvert_32f32s_Sfs with roundMode 1), then packed as CCS.
+   pSrc: in, [N]. pDst: out, [N + 2] (2 for N = 1). pSpec: a 16-bit block. */
+KELSC_API KelStatus kelsFFTFwd_RToCCS_16s32s_Sfs(const Kel16s* pSrc, Kel32s* pDst, const KelFFTSpec_R_16s32s* pSpec,
+                                                 int scaleFactor, Kel8u* pBuffer);
+/* Inverse transform of a 32-bit CCS spectrum to N 16-bit samples: the
+   first N + 1 values converted to float, the float inverse, each result
+   times 2^-scaleFactor, rounded halves away from zero and saturated to 16
+   bits (as kelsConvert_32f16s_Sfs with roundMode 1).
+   pSrc: in, [N + 1] used of the N + 2 CCS values. pDst: out, [N]. */
+KELSC_API KelStatus kelsFFTInv_CCSToR_32s16s_Sfs(const Kel32s* pSrc, Kel16s* pDst, const KelFFTSpec_R_16s32s* pSpec,
+                                                 int scaleFactor, Kel8u* pBuffer);
+
+/* ------------------------------------------------------------------------ */
 /* G.726 ADPCM                                                              */
 /* ------------------------------------------------------------------------ */
 /* The complete ITU-T G.726 coder at 16, 24, 32 and 40 kbit/s, sample by
