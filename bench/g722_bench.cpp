@@ -31,10 +31,10 @@
 #include <string.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
+
+#include "bench_support.h"
 
 #ifndef KELSC_SPEECH_16K
 #error "KELSC_SPEECH_16K must name the 16 kHz speech sample (a 16-bit mono WAV file)"
@@ -42,43 +42,10 @@
 
 namespace {
 
-// The 16-bit samples of a mono 16-bit PCM WAV file (its "data" chunk);
-// empty if the file cannot be read or is of another kind.
-std::vector<Kel16s> readWav16(const char* path) {
-    std::ifstream in(path, std::ios::binary);
-    const std::vector<unsigned char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    const auto u32 = [&bytes](size_t at) {
-        return static_cast<uint32_t>(bytes[at] | bytes[at + 1] << 8 | bytes[at + 2] << 16 | bytes[at + 3] << 24);
-    };
-    if (bytes.size() < 12 || memcmp(bytes.data(), "RIFF", 4) != 0 || memcmp(bytes.data() + 8, "WAVE", 4) != 0) {
-        return {};
-    }
-    bool mono16 = false;
-    for (size_t at = 12; at + 8 <= bytes.size();) {
-        const uint32_t size = u32(at + 4);
-        const size_t body = at + 8;
-        if (body + size > bytes.size()) break;
-        if (memcmp(&bytes[at], "fmt ", 4) == 0 && size >= 16) {
-            const int format = bytes[body] | bytes[body + 1] << 8;
-            const int channels = bytes[body + 2] | bytes[body + 3] << 8;
-            const int bits = bytes[body + 14] | bytes[body + 15] << 8;
-            mono16 = format == 1 && channels == 1 && bits == 16;
-        } else if (memcmp(&bytes[at], "data", 4) == 0 && mono16) {
-            std::vector<Kel16s> samples(size / 2);
-            for (size_t i = 0; i < samples.size(); ++i) {
-                samples[i] = static_cast<Kel16s>(bytes[body + 2 * i] | bytes[body + 2 * i + 1] << 8);
-            }
-            return samples;
-        }
-        at = body + size + (size & 1);  // chunks are padded to an even length
-    }
-    return {};
-}
-
 // The speech sample, cut to an even number of samples (whole pairs).
 const std::vector<Kel16s>& speech() {
     static const std::vector<Kel16s> s = [] {
-        std::vector<Kel16s> x = readWav16(KELSC_SPEECH_16K);
+        std::vector<Kel16s> x = kelsc_bench::readWav16(KELSC_SPEECH_16K);
         x.resize(x.size() & ~static_cast<size_t>(1));
         return x;
     }();
@@ -314,25 +281,4 @@ BENCHMARK(decodeSpandsp)->Name("DecodeG722_64k/spandsp")->KEL_SIZES;
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    bool verifyOnly = false;
-    std::vector<char*> args;
-    for (int i = 0; i < argc; ++i) {
-        if (i > 0 && strcmp(argv[i], "--verify-only") == 0) {
-            verifyOnly = true;
-        } else {
-            args.push_back(argv[i]);
-        }
-    }
-    if (!verify()) {
-        fprintf(stderr, "kelsc and spandsp disagree: no timing\n");
-        return 1;
-    }
-    if (verifyOnly) return 0;
-    int count = static_cast<int>(args.size());
-    benchmark::Initialize(&count, args.data());
-    if (benchmark::ReportUnrecognizedArguments(count, args.data())) return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+int main(int argc, char** argv) { return kelsc_bench::runAfterVerify(argc, argv, verify, "spandsp"); }
