@@ -197,9 +197,16 @@ int64_t sum_16s(const Kel16s* s, int n) {
         // Pairwise sums by multiply-add with ones, accumulated in 32-bit
         // lanes: a block adds at most 65536 / 2 pairs to each lane.
         const VecI ones = set16(1);
-        VecI acc = zero();
-        for (; i + kLanes16 <= end; i += kLanes16) acc = add32(acc, madd16(vload(s + i), ones));
-        part = hsum32(acc);
+        VecI acc0 = zero(), acc1 = zero();  // two chains, so the adds overlap
+        for (; i + 2 * kLanes16 <= end; i += 2 * kLanes16) {
+            acc0 = add32(acc0, madd16(vload(s + i), ones));
+            acc1 = add32(acc1, madd16(vload(s + i + kLanes16), ones));
+        }
+        if (i + kLanes16 <= end) {
+            acc0 = add32(acc0, madd16(vload(s + i), ones));
+            i += kLanes16;
+        }
+        part = hsum32(add32(acc0, acc1));
 #endif
         for (; i < end; ++i) part += s[i];
         total += part;
