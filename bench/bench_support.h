@@ -47,6 +47,15 @@ inline std::vector<int16_t> readWav16(const char* path) {
     return {};
 }
 
+// Offset of the next block of n values in a signal of `total` values, going
+// round to the start when the block would run past the end.
+inline size_t advance(size_t& pos, size_t n, size_t total) {
+    if (pos + n > total) pos = 0;
+    const size_t at = pos;
+    pos += n;
+    return at;
+}
+
 // Runs verify() first and times nothing unless kelsc and the peer agree;
 // "--verify-only" stops after the check (the CTest entry of each program).
 inline int runAfterVerify(int argc, char** argv, bool (*verify)(), const char* peer) {

@@ -208,14 +208,6 @@ bool verify() {
     return ok;
 }
 
-// Offset of the next block of n values in a signal of `total`, wrapping.
-inline size_t advance(size_t& pos, size_t n, size_t total) {
-    if (pos + n > total) pos = 0;
-    const size_t at = pos;
-    pos += n;
-    return at;
-}
-
 void encodeKelsc(benchmark::State& st) {
     const std::vector<Kel16s>& x = speech();
     const size_t n = static_cast<size_t>(st.range(0));
@@ -223,7 +215,7 @@ void encodeKelsc(benchmark::State& st) {
     std::vector<uint8_t> octets(n / 2);
     size_t pos = 0;
     for (auto _ : st) {
-        const size_t at = advance(pos, n, x.size());
+        const size_t at = kelsc_bench::advance(pos, n, x.size());
         enc.encode(x.data() + at, static_cast<int>(n), octets.data());
         benchmark::DoNotOptimize(octets.data());
     }
@@ -237,7 +229,7 @@ void encodeSpandsp(benchmark::State& st) {
     std::vector<uint8_t> octets(n / 2);
     size_t pos = 0;
     for (auto _ : st) {
-        const size_t at = advance(pos, n, x.size());
+        const size_t at = kelsc_bench::advance(pos, n, x.size());
         g722_encode(enc.s, octets.data(), x.data() + at, static_cast<int>(n));
         benchmark::DoNotOptimize(octets.data());
     }
@@ -251,7 +243,7 @@ void decodeKelsc(benchmark::State& st) {
     std::vector<Kel16s> y(n);
     size_t pos = 0;
     for (auto _ : st) {
-        const size_t at = advance(pos, n / 2, octets.size());
+        const size_t at = kelsc_bench::advance(pos, n / 2, octets.size());
         dec.decode(octets.data() + at, static_cast<int>(n / 2), y.data());
         benchmark::DoNotOptimize(y.data());
     }
@@ -265,7 +257,7 @@ void decodeSpandsp(benchmark::State& st) {
     std::vector<int16_t> y(n);
     size_t pos = 0;
     for (auto _ : st) {
-        const size_t at = advance(pos, n / 2, octets.size());
+        const size_t at = kelsc_bench::advance(pos, n / 2, octets.size());
         g722_decode(dec.s, y.data(), octets.data() + at, static_cast<int>(n / 2));
         benchmark::DoNotOptimize(y.data());
     }

@@ -153,14 +153,6 @@ bool verify() {
     return ok;
 }
 
-// Offset of the next block of n samples in the speech, wrapping round.
-inline size_t advance(size_t& pos, size_t n, size_t total) {
-    if (pos + n > total) pos = 0;
-    const size_t at = pos;
-    pos += n;
-    return at;
-}
-
 void encodeKelsc(benchmark::State& st) {
     const Speech& sp = speech();
     const size_t n = static_cast<size_t>(st.range(0));
@@ -168,7 +160,7 @@ void encodeKelsc(benchmark::State& st) {
     std::vector<Kel8u> codes(n);
     size_t pos = 0;
     for (auto _ : st) {
-        const size_t at = advance(pos, n, sp.ours.size());
+        const size_t at = kelsc_bench::advance(pos, n, sp.ours.size());
         kelsEncode_G726_16s8u(enc.state(), sp.ours.data() + at, codes.data(), static_cast<int>(n));
         benchmark::DoNotOptimize(codes.data());
     }
@@ -182,7 +174,7 @@ void encodeSpandsp(benchmark::State& st) {
     std::vector<uint8_t> codes(n);
     size_t pos = 0;
     for (auto _ : st) {
-        const size_t at = advance(pos, n, sp.theirs.size());
+        const size_t at = kelsc_bench::advance(pos, n, sp.theirs.size());
         g726_encode(enc.s, codes.data(), sp.theirs.data() + at, static_cast<int>(n));
         benchmark::DoNotOptimize(codes.data());
     }
@@ -208,7 +200,7 @@ void decodeKelsc(benchmark::State& st) {
     std::vector<Kel16s> out(n);
     size_t pos = 0;
     for (auto _ : st) {
-        const size_t at = advance(pos, n, codes.size());
+        const size_t at = kelsc_bench::advance(pos, n, codes.size());
         kelsDecode_G726_8u16s(dec.state(), codes.data() + at, out.data(), static_cast<int>(n));
         benchmark::DoNotOptimize(out.data());
     }
@@ -222,7 +214,7 @@ void decodeSpandsp(benchmark::State& st) {
     std::vector<int16_t> out(n);
     size_t pos = 0;
     for (auto _ : st) {
-        const size_t at = advance(pos, n, codes.size());
+        const size_t at = kelsc_bench::advance(pos, n, codes.size());
         g726_decode(dec.s, out.data(), codes.data() + at, static_cast<int>(n));
         benchmark::DoNotOptimize(out.data());
     }
