@@ -14,19 +14,30 @@
 #include <cpuid.h>
 
 // Runs inside ifunc resolvers, before sanitizer run-times are initialised:
-// no instrumentation, no calls through the PLT.
-#define KEL_RESOLVER_SAFE __attribute__((no_sanitize("address", "undefined"), always_inline))
+// no instrumentation (sanitizers, and the fuzzer's coverage hooks under
+// clang), no calls through the PLT.
+#if defined(__clang__)
+#define KEL_NO_INSTRUMENT __attribute__((no_sanitize("address", "undefined", "coverage")))
+#else
+#define KEL_NO_INSTRUMENT __attribute__((no_sanitize("address", "undefined")))
+#endif
+#define KEL_RESOLVER_SAFE KEL_NO_INSTRUMENT __attribute__((always_inline))
 
 // Which of the wider variants the processor and the operating system
 // support: 0 none, 1 AVX2, 2 AVX-512 F/BW/VL as well.
+// Only the __cpuid macros are used: cpuid.h's helper functions may be left
+// out of line, and instrumented, by a coverage build.
 static inline KEL_RESOLVER_SAFE int kelCpuLevel() {
     unsigned a = 0, b = 0, c = 0, d = 0;
-    if (!__get_cpuid(1, &a, &b, &c, &d)) return 0;
+    __cpuid(0, a, b, c, d);
+    const unsigned maxLeaf = a;
+    if (maxLeaf < 1) return 0;
+    __cpuid(1, a, b, c, d);
     if (!(c & bit_OSXSAVE) || !(c & bit_AVX)) return 0;
     unsigned xcr0 = 0, xcr0hi = 0;
     __asm__ volatile("xgetbv" : "=a"(xcr0), "=d"(xcr0hi) : "c"(0));
     if ((xcr0 & 0x06) != 0x06) return 0;  // XMM and YMM state enabled by the OS
-    if (__get_cpuid_max(0, nullptr) < 7) return 0;
+    if (maxLeaf < 7) return 0;
     __cpuid_count(7, 0, a, b, c, d);
     if (!(b & bit_AVX2)) return 0;
     const unsigned avx512 = bit_AVX512F | bit_AVX512BW | bit_AVX512VL;
@@ -34,13 +45,13 @@ static inline KEL_RESOLVER_SAFE int kelCpuLevel() {
     return 2;
 }
 
-#define KEL_RESOLVE_KERNEL(ret, name, params, args)                                                          \
-    extern "C" __attribute__((used, no_sanitize("address", "undefined"))) ret(*kelResolve_##name()) params { \
-        const int level = kelCpuLevel();                                                                     \
-        return level == 2 ? kel::avx512::name : (level == 1 ? kel::avx2::name : kel::base::name);            \
-    }                                                                                                        \
-    namespace kel::vec {                                                                                     \
-    ret name params __attribute__((ifunc("kelResolve_" #name)));                                             \
+#define KEL_RESOLVE_KERNEL(ret, name, params, args)                                               \
+    extern "C" __attribute__((used)) KEL_NO_INSTRUMENT ret(*kelResolve_##name()) params {         \
+        const int level = kelCpuLevel();                                                          \
+        return level == 2 ? kel::avx512::name : (level == 1 ? kel::avx2::name : kel::base::name); \
+    }                                                                                             \
+    namespace kel::vec {                                                                          \
+    ret name params __attribute__((ifunc("kelResolve_" #name)));                                  \
     }
 #define KEL_BIND_KERNELS(LIST) LIST(KEL_RESOLVE_KERNEL)
 
