@@ -105,6 +105,13 @@ public:
         T* p = add<T>(n, Role::kOutput, false);
         return null ? nullptr : p;
     }
+    // An optional read-only argument: null is allowed and is not an error.
+    template <class T>
+    const T* optionalIn(long n) {
+        const bool null = fdp_.ConsumeIntegralInRange<int>(0, 3) == 0;
+        const T* p = add<T>(n, Role::kInput, false);
+        return null ? nullptr : p;
+    }
     // Storage for a self-aligning state block of size bytes at a fuzzer-chosen
     // offset 0..15 from a 16-byte boundary; filled with fuzzer bytes when
     // arbitrary is set, else with a fixed pattern.
