@@ -87,116 +87,131 @@ void synthesisInPlace(FuzzedDataProvider& f, const char* name,
     c.finish(fn(lpc, sd, len, sf, mem));
 }
 
-#define SHAPE(fn, shape, ...) \
-    { #fn, [](FuzzedDataProvider& f) { shape(f, #fn, fn, ##__VA_ARGS__); } }
+#define SHAPE(fn, shape, ...)                                                 \
+    {                                                                         \
+#fn, [](FuzzedDataProvider & f) { shape(f, #fn, fn, ##__VA_ARGS__); } \
+    }
 
 const kfuzz::Entry kTable[] = {
     SHAPE(kelsAutoCorr_16s32s, autoCorr),
     SHAPE(kelsAutoCorr_NormE_16s32s, autoCorrNorm),
     SHAPE(kelsAutoCorr_NormE_NR_16s, autoCorrNorm),
-    KFUZZ_ENTRY(kelsCrossCorr_16s32s_Sfs, {
-        const int len = c.length(1024);
-        const Kel16s* a = c.in<Kel16s>(Call::count(len));
-        const Kel16s* b = c.in<Kel16s>(Call::count(len));
-        Kel32s* dst = c.out<Kel32s>(Call::count(len));
-        c.finish(kelsCrossCorr_16s32s_Sfs(a, b, len, dst, c.value({INT_MIN, -33, -32, -1, 0, 1, 31, 32, INT_MAX})));
-    }),
-    KFUZZ_ENTRY(kelsCrossCorr_NR_16s, {
-        const int len = c.length(1024);
-        const int lags = c.length(1024);
-        const Kel16s* a = c.in<Kel16s>(Call::count(len));
-        const Kel16s* b = c.in<Kel16s>(len > 0 && lags > 0 ? Call::count(len) + Call::count(lags) - 1 : 0);
-        Kel16s* dst = c.out<Kel16s>(Call::count(lags));
-        c.finish(kelsCrossCorr_NR_16s(a, b, len, dst, lags));
-    }),
-    KFUZZ_ENTRY(kelsCrossCorr_NormM_16s, {
-        const int len = c.length(1024);
-        const Kel16s* a = c.in<Kel16s>(Call::count(len));
-        const Kel16s* b = c.in<Kel16s>(Call::count(len));
-        Kel16s* dst = c.out<Kel16s>(Call::count(len));
-        c.finish(kelsCrossCorr_NormM_16s(a, b, len, dst));
-    }),
+    KFUZZ_ENTRY(
+        kelsCrossCorr_16s32s_Sfs,
+        {
+            const int len = c.length(1024);
+            const Kel16s* a = c.in<Kel16s>(Call::count(len));
+            const Kel16s* b = c.in<Kel16s>(Call::count(len));
+            Kel32s* dst = c.out<Kel32s>(Call::count(len));
+            c.finish(kelsCrossCorr_16s32s_Sfs(a, b, len, dst, c.value({INT_MIN, -33, -32, -1, 0, 1, 31, 32, INT_MAX})));
+        }),
+    KFUZZ_ENTRY(kelsCrossCorr_NR_16s,
+                {
+                    const int len = c.length(1024);
+                    const int lags = c.length(1024);
+                    const Kel16s* a = c.in<Kel16s>(Call::count(len));
+                    const Kel16s* b = c.in<Kel16s>(len > 0 && lags > 0 ? Call::count(len) + Call::count(lags) - 1 : 0);
+                    Kel16s* dst = c.out<Kel16s>(Call::count(lags));
+                    c.finish(kelsCrossCorr_NR_16s(a, b, len, dst, lags));
+                }),
+    KFUZZ_ENTRY(kelsCrossCorr_NormM_16s,
+                {
+                    const int len = c.length(1024);
+                    const Kel16s* a = c.in<Kel16s>(Call::count(len));
+                    const Kel16s* b = c.in<Kel16s>(Call::count(len));
+                    Kel16s* dst = c.out<Kel16s>(Call::count(len));
+                    c.finish(kelsCrossCorr_NormM_16s(a, b, len, dst));
+                }),
     SHAPE(kelsCrossCorrLagMax_16s, crossLagMax),
     SHAPE(kelsCrossCorrLagMax_32f64f, crossLagMax),
     SHAPE(kelsAutoCorrLagMax_Fwd_16s, lagMaxFwdOrInv, false, 0),
     SHAPE(kelsAutoCorrLagMax_Inv_16s, lagMaxFwdOrInv, true, 0),
     SHAPE(kelsAutoCorrLagMax_32f, lagMaxFwdOrInv, true, -1),
     SHAPE(kelsConvPartial_16s32s, conv),
-    KFUZZ_ENTRY(kelsConvPartial_16s_Sfs, {
-        const int len = c.length(1024);
-        const Kel16s* a = c.in<Kel16s>(Call::count(len));
-        const Kel16s* b = c.in<Kel16s>(Call::count(len));
-        Kel16s* dst = c.out<Kel16s>(Call::count(len));
-        c.finish(kelsConvPartial_16s_Sfs(a, b, dst, len, scale(c)));
-    }),
+    KFUZZ_ENTRY(kelsConvPartial_16s_Sfs,
+                {
+                    const int len = c.length(1024);
+                    const Kel16s* a = c.in<Kel16s>(Call::count(len));
+                    const Kel16s* b = c.in<Kel16s>(Call::count(len));
+                    Kel16s* dst = c.out<Kel16s>(Call::count(len));
+                    c.finish(kelsConvPartial_16s_Sfs(a, b, dst, len, scale(c)));
+                }),
     SHAPE(kelsConvPartial_NR_Low_16s, conv),
     SHAPE(kelsConvPartial_NR_16s, conv),
     SHAPE(kelsSynthesisFilter_NR_16s_ISfs, synthesisInPlace),
     SHAPE(kelsSynthesisFilterLow_NR_16s_ISfs, synthesisInPlace),
-    KFUZZ_ENTRY(kelsSynthesisFilter_NR_16s_Sfs, {
-        const int len = c.length();
-        const Kel16s* lpc = c.in<Kel16s>(11);
-        const Kel16s* src = c.in<Kel16s>(Call::count(len));
-        Kel16s* dst = c.out<Kel16s>(Call::count(len));
-        const int sf = scale(c);
-        const Kel16s* mem = c.optionalIn<Kel16s>(10);
-        c.finish(kelsSynthesisFilter_NR_16s_Sfs(lpc, src, dst, len, sf, mem));
-    }),
-    KFUZZ_ENTRY(kelsSynthesisFilterZeroStateResponse_NR_16s, {
-        const int len = c.length();
-        const Kel16s* lpc = c.in<Kel16s>(11);
-        Kel16s* dst = c.out<Kel16s>(Call::count(len));
-        c.finish(kelsSynthesisFilterZeroStateResponse_NR_16s(lpc, dst, len, scale(c)));
-    }),
-    KFUZZ_ENTRY(kelsResidualFilter_Low_16s_Sfs, {
-        const int order = c.value({-1, 0, 1, 10, 16, 50});
-        const int len = c.length();
-        const long hist = order > 0 && order < 4096 ? order : 0;
-        const Kel16s* lpc = c.in<Kel16s>(hist + 1);
-        const Kel16s* src = withHistory<Kel16s>(c, hist, Call::count(len));
-        Kel16s* dst = c.out<Kel16s>(Call::count(len));
-        c.finish(kelsResidualFilter_Low_16s_Sfs(lpc, order, src, dst, len, scale(c)));
-    }),
-    KFUZZ_ENTRY(kelsHarmonicFilter_16s_I, {
-        const int len = c.length();
-        const int t = lag(c);
-        const Kel16s val = c.any<Kel16s>();
-        Kel16s* sd = outWithHistory<Kel16s>(c, t, Call::count(len));
-        c.finish(kelsHarmonicFilter_16s_I(val, t, sd, len));
-    }),
-    KFUZZ_ENTRY(kelsHarmonicFilter_NR_16s, {
-        const int len = c.length();
-        const int t = lag(c);
-        const Kel16s val = c.any<Kel16s>();
-        const Kel16s* src = withHistory<Kel16s>(c, t, Call::count(len));
-        Kel16s* dst = c.out<Kel16s>(Call::count(len));
-        c.finish(kelsHarmonicFilter_NR_16s(val, t, src, dst, len));
-    }),
-    KFUZZ_ENTRY(kelsHarmonicFilter_32f_I, {
-        const int len = c.length();
-        const int t = lag(c);
-        const Kel32f val = c.anyFloat<Kel32f>();
-        Kel32f* sd = outWithHistory<Kel32f>(c, t, Call::count(len));
-        c.finish(kelsHarmonicFilter_32f_I(val, t, sd, len));
-    }),
-    KFUZZ_ENTRY(kelsPreemphasize_32f_I, {
-        const int len = c.length();
-        const Kel32f val = c.anyFloat<Kel32f>();
-        Kel32f* sd = c.out<Kel32f>(Call::count(len));
-        Kel32f* mem = c.out<Kel32f>(1);
-        c.finish(kelsPreemphasize_32f_I(val, sd, len, mem));
-    }),
-    KFUZZ_ENTRY(kelsInterpolateC_NR_16s, {
-        const int len = c.length();
-        const Kel16s* a = c.in<Kel16s>(Call::count(len));
-        const Kel16s va = c.any<Kel16s>();
-        const int sfa = scale(c);
-        const Kel16s* b = c.in<Kel16s>(Call::count(len));
-        const Kel16s vb = c.any<Kel16s>();
-        const int sfb = scale(c);
-        Kel16s* dst = c.out<Kel16s>(Call::count(len));
-        c.finish(kelsInterpolateC_NR_16s(a, va, sfa, b, vb, sfb, dst, len));
-    }),
+    KFUZZ_ENTRY(kelsSynthesisFilter_NR_16s_Sfs,
+                {
+                    const int len = c.length();
+                    const Kel16s* lpc = c.in<Kel16s>(11);
+                    const Kel16s* src = c.in<Kel16s>(Call::count(len));
+                    Kel16s* dst = c.out<Kel16s>(Call::count(len));
+                    const int sf = scale(c);
+                    const Kel16s* mem = c.optionalIn<Kel16s>(10);
+                    c.finish(kelsSynthesisFilter_NR_16s_Sfs(lpc, src, dst, len, sf, mem));
+                }),
+    KFUZZ_ENTRY(kelsSynthesisFilterZeroStateResponse_NR_16s,
+                {
+                    const int len = c.length();
+                    const Kel16s* lpc = c.in<Kel16s>(11);
+                    Kel16s* dst = c.out<Kel16s>(Call::count(len));
+                    c.finish(kelsSynthesisFilterZeroStateResponse_NR_16s(lpc, dst, len, scale(c)));
+                }),
+    KFUZZ_ENTRY(kelsResidualFilter_Low_16s_Sfs,
+                {
+                    const int order = c.value({-1, 0, 1, 10, 16, 50});
+                    const int len = c.length();
+                    const long hist = order > 0 && order < 4096 ? order : 0;
+                    const Kel16s* lpc = c.in<Kel16s>(hist + 1);
+                    const Kel16s* src = withHistory<Kel16s>(c, hist, Call::count(len));
+                    Kel16s* dst = c.out<Kel16s>(Call::count(len));
+                    c.finish(kelsResidualFilter_Low_16s_Sfs(lpc, order, src, dst, len, scale(c)));
+                }),
+    KFUZZ_ENTRY(kelsHarmonicFilter_16s_I,
+                {
+                    const int len = c.length();
+                    const int t = lag(c);
+                    const Kel16s val = c.any<Kel16s>();
+                    Kel16s* sd = outWithHistory<Kel16s>(c, t, Call::count(len));
+                    c.finish(kelsHarmonicFilter_16s_I(val, t, sd, len));
+                }),
+    KFUZZ_ENTRY(kelsHarmonicFilter_NR_16s,
+                {
+                    const int len = c.length();
+                    const int t = lag(c);
+                    const Kel16s val = c.any<Kel16s>();
+                    const Kel16s* src = withHistory<Kel16s>(c, t, Call::count(len));
+                    Kel16s* dst = c.out<Kel16s>(Call::count(len));
+                    c.finish(kelsHarmonicFilter_NR_16s(val, t, src, dst, len));
+                }),
+    KFUZZ_ENTRY(kelsHarmonicFilter_32f_I,
+                {
+                    const int len = c.length();
+                    const int t = lag(c);
+                    const Kel32f val = c.anyFloat<Kel32f>();
+                    Kel32f* sd = outWithHistory<Kel32f>(c, t, Call::count(len));
+                    c.finish(kelsHarmonicFilter_32f_I(val, t, sd, len));
+                }),
+    KFUZZ_ENTRY(kelsPreemphasize_32f_I,
+                {
+                    const int len = c.length();
+                    const Kel32f val = c.anyFloat<Kel32f>();
+                    Kel32f* sd = c.out<Kel32f>(Call::count(len));
+                    Kel32f* mem = c.out<Kel32f>(1);
+                    c.finish(kelsPreemphasize_32f_I(val, sd, len, mem));
+                }),
+    KFUZZ_ENTRY(kelsInterpolateC_NR_16s,
+                {
+                    const int len = c.length();
+                    const Kel16s* a = c.in<Kel16s>(Call::count(len));
+                    const Kel16s va = c.any<Kel16s>();
+                    const int sfa = scale(c);
+                    const Kel16s* b = c.in<Kel16s>(Call::count(len));
+                    const Kel16s vb = c.any<Kel16s>();
+                    const int sfb = scale(c);
+                    Kel16s* dst = c.out<Kel16s>(Call::count(len));
+                    c.finish(kelsInterpolateC_NR_16s(a, va, sfa, b, vb, sfb, dst, len));
+                }),
 };
 
 }  // namespace

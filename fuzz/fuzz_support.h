@@ -57,10 +57,8 @@ inline bool documentedStatus(int s) {
         case kelStatusBadContext:
         case kelStatusBadShift:
         case kelStatusIllConditioned:
-        case kelStatusBadBandCount:
-            return true;
-        default:
-            return false;
+        case kelStatusBadBandCount: return true;
+        default: return false;
     }
 }
 
@@ -172,8 +170,7 @@ public:
             if (b.role == Role::kScratch) continue;
             const bool mustKeep = b.role == Role::kInput || status < 0;
             if (mustKeep && memcmp(b.data.get(), b.copy.get(), b.size) != 0)
-                fail(b.role == Role::kInput ? "read-only buffer written" : "output written on failure", name_,
-                     status);
+                fail(b.role == Role::kInput ? "read-only buffer written" : "output written on failure", name_, status);
         }
     }
 
@@ -233,13 +230,13 @@ int dispatch(const Entry (&table)[N], const uint8_t* data, size_t size) {
 
 // Declares a table entry whose body sees `c` (a kfuzz::Call named after the
 // function) and `fdp`.
-#define KFUZZ_ENTRY(fn, ...)                                         \
-    {                                                                \
-        #fn, [](FuzzedDataProvider& fdp) {                           \
+#define KFUZZ_ENTRY(fn, ...)                                   \
+    {                                                          \
+#fn, [](FuzzedDataProvider& fdp) {                           \
             kfuzz::Call c(fdp, #fn);                                 \
             (void)fdp;                                               \
             __VA_ARGS__                                              \
-        }                                                            \
+        } \
     }
 
 #endif  // KELSC_FUZZ_FUZZ_SUPPORT_H

@@ -127,26 +127,32 @@ void convertRounded(FuzzedDataProvider& f, const char* name, KelStatus (*fn)(con
     c.finish(fn(src, dst, len, round, scale(c)));
 }
 
-#define SHAPE(fn, shape) \
-    { #fn, [](FuzzedDataProvider& f) { shape(f, #fn, fn); } }
+#define SHAPE(fn, shape)                                       \
+    {                                                          \
+#fn, [](FuzzedDataProvider & f) { shape(f, #fn, fn); } \
+    }
 
 const kfuzz::Entry kTable[] = {
-    KFUZZ_ENTRY(kelscGetLibVersion, {
-        const KelLibraryVersion* v = kelscGetLibVersion();
-        if (v == nullptr || v != kelscGetLibVersion()) kfuzz::fail("version record", "kelscGetLibVersion", 0);
-    }),
-    KFUZZ_ENTRY(kelsMalloc_8u, {
-        int len = c.value({INT_MIN, -1, 0, 1, 31, 32, 33, 4096});
-        if (len > (1 << 20)) len = 1 << 20;  // keep within the fuzzer's memory limit
-        Kel8u* p = kelsMalloc_8u(len);
-        if (len < 1 && p != nullptr) kfuzz::fail("block for a length below 1", "kelsMalloc_8u", len);
-        if (p != nullptr) {
-            if (reinterpret_cast<uintptr_t>(p) % 32 != 0) kfuzz::fail("misaligned block", "kelsMalloc_8u", len);
-            memset(p, 0x5A, static_cast<size_t>(len));
-        }
-        kelsFree(p);
-        kelsFree(nullptr);
-    }),
+    KFUZZ_ENTRY(kelscGetLibVersion,
+                {
+                    const KelLibraryVersion* v = kelscGetLibVersion();
+                    if (v == nullptr || v != kelscGetLibVersion())
+                        kfuzz::fail("version record", "kelscGetLibVersion", 0);
+                }),
+    KFUZZ_ENTRY(kelsMalloc_8u,
+                {
+                    int len = c.value({INT_MIN, -1, 0, 1, 31, 32, 33, 4096});
+                    if (len > (1 << 20)) len = 1 << 20;  // keep within the fuzzer's memory limit
+                    Kel8u* p = kelsMalloc_8u(len);
+                    if (len < 1 && p != nullptr) kfuzz::fail("block for a length below 1", "kelsMalloc_8u", len);
+                    if (p != nullptr) {
+                        if (reinterpret_cast<uintptr_t>(p) % 32 != 0)
+                            kfuzz::fail("misaligned block", "kelsMalloc_8u", len);
+                        memset(p, 0x5A, static_cast<size_t>(len));
+                    }
+                    kelsFree(p);
+                    kelsFree(nullptr);
+                }),
     SHAPE(kelsAbs_16s, unary),
     SHAPE(kelsAdd_16s, binary),
     SHAPE(kelsAdd_16s_I, unary),
@@ -175,34 +181,38 @@ const kfuzz::Entry kTable[] = {
     SHAPE(kelsSum_16s_Sfs, reduceSfs),
     SHAPE(kelsSum_16s32s_Sfs, reduceSfs),
     SHAPE(kelsSum_32s_Sfs, reduceSfs),
-    KFUZZ_ENTRY(kelsDotProd_16s32s_Sfs, {
-        const int len = c.length();
-        const Kel16s* a = c.in<Kel16s>(Call::count(len));
-        const Kel16s* b = c.in<Kel16s>(Call::count(len));
-        Kel32s* dp = c.out<Kel32s>(1);
-        c.finish(kelsDotProd_16s32s_Sfs(a, b, len, dp, scale(c)));
-    }),
-    KFUZZ_ENTRY(kelsDotProdAutoScale_16s32s_Sfs, {
-        const int len = c.length(32767);
-        const Kel16s* a = c.in<Kel16s>(Call::count(len));
-        const Kel16s* b = c.in<Kel16s>(Call::count(len));
-        Kel32s* dp = c.out<Kel32s>(1);
-        int* sh = c.out<int>(1);
-        c.finish(kelsDotProdAutoScale_16s32s_Sfs(a, b, len, dp, sh));
-    }),
-    KFUZZ_ENTRY(kelsAutoScale_16s, {
-        const int len = c.length();
-        const Kel16s* src = c.in<Kel16s>(Call::count(len));
-        Kel16s* dst = c.out<Kel16s>(Call::count(len));
-        int* sc = c.outValue<int>(c.value({-1, 0, 1, 15, 16}));
-        c.finish(kelsAutoScale_16s(src, dst, len, sc));
-    }),
-    KFUZZ_ENTRY(kelsAutoScale_16s_I, {
-        const int len = c.length();
-        Kel16s* dst = c.out<Kel16s>(Call::count(len));
-        int* sc = c.out<int>(1);
-        c.finish(kelsAutoScale_16s_I(dst, len, sc));
-    }),
+    KFUZZ_ENTRY(kelsDotProd_16s32s_Sfs,
+                {
+                    const int len = c.length();
+                    const Kel16s* a = c.in<Kel16s>(Call::count(len));
+                    const Kel16s* b = c.in<Kel16s>(Call::count(len));
+                    Kel32s* dp = c.out<Kel32s>(1);
+                    c.finish(kelsDotProd_16s32s_Sfs(a, b, len, dp, scale(c)));
+                }),
+    KFUZZ_ENTRY(kelsDotProdAutoScale_16s32s_Sfs,
+                {
+                    const int len = c.length(32767);
+                    const Kel16s* a = c.in<Kel16s>(Call::count(len));
+                    const Kel16s* b = c.in<Kel16s>(Call::count(len));
+                    Kel32s* dp = c.out<Kel32s>(1);
+                    int* sh = c.out<int>(1);
+                    c.finish(kelsDotProdAutoScale_16s32s_Sfs(a, b, len, dp, sh));
+                }),
+    KFUZZ_ENTRY(kelsAutoScale_16s,
+                {
+                    const int len = c.length();
+                    const Kel16s* src = c.in<Kel16s>(Call::count(len));
+                    Kel16s* dst = c.out<Kel16s>(Call::count(len));
+                    int* sc = c.outValue<int>(c.value({-1, 0, 1, 15, 16}));
+                    c.finish(kelsAutoScale_16s(src, dst, len, sc));
+                }),
+    KFUZZ_ENTRY(kelsAutoScale_16s_I,
+                {
+                    const int len = c.length();
+                    Kel16s* dst = c.out<Kel16s>(Call::count(len));
+                    int* sc = c.out<int>(1);
+                    c.finish(kelsAutoScale_16s_I(dst, len, sc));
+                }),
     SHAPE(kelsInvSqrt_32s_I, inPlace),
     SHAPE(kelsMagSquared_32sc32s_Sfs, unarySfs),
     SHAPE(kelsMax_16s, extremum),
