@@ -13,6 +13,7 @@ packages=(
     libsndfile1-dev                            # tools/kelscodec: audio files
     gcc-multilib g++-multilib                  # the 32-bit build
     clang-format                               # formatting check
+    clang libclang-rt-14-dev                   # fuzz/: libFuzzer and the sanitizer run-times
 )
 
 missing=()
