@@ -90,6 +90,16 @@ public:
         }
         return p;
     }
+    // A read-only argument holding the given values (or null now and then).
+    template <class T>
+    const T* inValues(std::initializer_list<T> values) {
+        T* p = add<T>(static_cast<long>(values.size()), Role::kInput, true);
+        if (p != nullptr) {
+            memcpy(p, values.begin(), values.size() * sizeof(T));
+            memcpy(bufs_.back().copy.get(), values.begin(), values.size() * sizeof(T));
+        }
+        return p;
+    }
     // As out, never null (for arguments the caller always passes, e.g. a
     // state block a harness set up itself).
     template <class T>
