@@ -1182,6 +1182,21 @@ KELSC_API KelStatus kelsHighPassFilterInit_G729(const Kel16s* pCoeff, KelG729Hig
 KELSC_API KelStatus kelsHighPassFilter_G729_16s_ISfs(Kel16s* pSrcDst, int len, int scaleFactor,
                                                      KelG729HighPassState* pState);
 
+/* ------------------------------------------------------------------------ */
+/* G.729 pitch analysis                                                     */
+/* ------------------------------------------------------------------------ */
+/* @@PITCH-SECTION@@ */
+
+/* ------------------------------------------------------------------------ */
+/* G.729 fixed-codebook search                                              */
+/* ------------------------------------------------------------------------ */
+/* @@FIXED-CODEBOOK-SECTION@@ */
+
+/* ------------------------------------------------------------------------ */
+/* G.729 gain decoding and post-processing                                  */
+/* ------------------------------------------------------------------------ */
+/* @@GAIN-SECTION@@ */
+
 #ifdef __cplusplus
 }
 #endif

@@ -85,6 +85,21 @@ extern const Kel16s kSidStage1Map[kSidStage1Size];
 extern const Kel16s kSidStage2Map[2][kSidStage2Size];
 extern const Kel16s kSidModeWeight[kMaModes];
 
+// ---------------------------------------------------------------------------
+// G.729 pitch analysis
+// ---------------------------------------------------------------------------
+// @@PITCH-SECTION@@
+
+// ---------------------------------------------------------------------------
+// G.729 fixed-codebook search
+// ---------------------------------------------------------------------------
+// @@FIXED-CODEBOOK-SECTION@@
+
+// ---------------------------------------------------------------------------
+// G.729 gain decoding and post-processing
+// ---------------------------------------------------------------------------
+// @@GAIN-SECTION@@
+
 }  // namespace kel::g729
 
 #endif  // KELSC_G729_G729_TABLES_H
