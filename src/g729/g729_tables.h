@@ -88,7 +88,14 @@ extern const Kel16s kSidModeWeight[kMaModes];
 // ---------------------------------------------------------------------------
 // G.729 pitch analysis
 // ---------------------------------------------------------------------------
-// @@PITCH-SECTION@@
+
+constexpr int kInter3Size = 13;   // FIR_SIZE_ANA: taps of inter_3 (4 per side, step 3)
+constexpr int kInter3LSize = 31;  // FIR_SIZE_SYN: taps of inter_3l (10 per side, step 3)
+
+// G.729 3.7 interpolation filter of the normalised correlation (inter_3)
+// and of the past excitation (inter_3l), both Q15, sampled at thirds.
+extern const Kel16s kInter3[kInter3Size];
+extern const Kel16s kInter3L[kInter3LSize];
 
 // ---------------------------------------------------------------------------
 // G.729 fixed-codebook search
