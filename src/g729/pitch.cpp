@@ -298,15 +298,17 @@ bool validDelay(const Kel16s* d) { return d[0] >= 18 && d[0] <= 144 && d[1] >= -
 }  // namespace
 
 KelStatus kelsDecodeAdaptiveVector_G729_16s_I(const Kel16s* pSrcDelay, Kel16s* pSrcDstPrevExcitation) {
-    KEL_CHECK(Args().ptr(pSrcDelay, pSrcDstPrevExcitation).require(validDelay(pSrcDelay), kelStatusBadIndex));
+    KEL_CHECK(
+        Args().ptr(pSrcDelay, pSrcDstPrevExcitation).require(pSrcDelay && validDelay(pSrcDelay), kelStatusBadIndex));
     kel::ownDecodeAdaptiveVector_G729_16s(pSrcDstPrevExcitation + kHist, pSrcDelay[0], pSrcDelay[1]);
     return kelStatusOk;
 }
 
 KelStatus kelsDecodeAdaptiveVector_G729_16s(const Kel16s* pSrcDelay, Kel16s* pSrcDstPrevExcitation,
                                             Kel16s* pDstAdptVector) {
-    KEL_CHECK(
-        Args().ptr(pSrcDelay, pSrcDstPrevExcitation, pDstAdptVector).require(validDelay(pSrcDelay), kelStatusBadIndex));
+    KEL_CHECK(Args()
+                  .ptr(pSrcDelay, pSrcDstPrevExcitation, pDstAdptVector)
+                  .require(pSrcDelay && validDelay(pSrcDelay), kelStatusBadIndex));
     kel::ownDecodeAdaptiveVector_G729_16s(pSrcDstPrevExcitation + kHist, pSrcDelay[0], pSrcDelay[1]);
     memcpy(pDstAdptVector, pSrcDstPrevExcitation + kHist, kSub * sizeof(Kel16s));
     return kelStatusOk;
