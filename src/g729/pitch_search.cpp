@@ -11,8 +11,13 @@
 #include <stdint.h>
 #include <string.h>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "basop.h"
 #include "check.h"
+#include "flt_kernels_decl.h"
 #include "g729/g729_internal.h"
 
 using kel::Args;
@@ -28,7 +33,7 @@ inline Kel16s sat16(int32_t x) { return static_cast<Kel16s>(x > 32767 ? 32767 : 
 
 // Convolve of FILTER.C: y[n] = extract_h(L_shl(sum of L_mac(x[i], h[n - i]),
 // 3)). When max|x| * sum|h| is below 2^30 no partial sum of doubled products
-// reaches 2^31, and the result is sat16(sum >> 12).
+// reaches 2^31, and the result is sat16(sum >> 12) of the plain sum.
 void convolveSat(const Kel16s* x, const Kel16s* h, Kel16s* y) {
     int32_t maxX = 0, sumH = 0;
     for (int i = 0; i < kSub; ++i) {
@@ -37,11 +42,9 @@ void convolveSat(const Kel16s* x, const Kel16s* h, Kel16s* y) {
         sumH += h[i] < 0 ? -int32_t{h[i]} : h[i];
     }
     if (int64_t{maxX} * sumH < (int64_t{1} << 30)) {
-        for (int n = 0; n < kSub; ++n) {
-            int32_t s = 0;
-            for (int i = 0; i <= n; ++i) s += int32_t{x[i]} * h[n - i];
-            y[n] = sat16(s >> 12);
-        }
+        Kel32s s[kSub];
+        kel::vec::convWrap_16s32s(x, h, s, 0, kSub);
+        for (int n = 0; n < kSub; ++n) y[n] = sat16(s[n] >> 12);
         return;
     }
     for (int n = 0; n < kSub; ++n) {
@@ -49,6 +52,15 @@ void convolveSat(const Kel16s* x, const Kel16s* h, Kel16s* y) {
         for (int i = 0; i <= n; ++i) s = kel::L_mac(s, x[i], h[n - i]);
         y[n] = kel::extract_h(kel::L_shl(s, 3));
     }
+}
+
+int32_t maxAbs(const Kel16s* x) {
+    int32_t m = 0;
+    for (int j = 0; j < kSub; ++j) {
+        const int32_t a = x[j] < 0 ? -int32_t{x[j]} : x[j];
+        m = a > m ? a : m;
+    }
+    return m;
 }
 
 }  // namespace
@@ -63,41 +75,128 @@ void kel::ownPitchSearchRange_G729(int valOpenDelay, int subFrame, int* pMin, in
     *pMax = hi;
 }
 
+namespace {
+
+// The filtered vector of one lag, f[0..39] at f + kPad, with a zero at
+// f[-1] so that the update reads f[j - 1] for every j.
+constexpr int kPad = 8;
+struct Filtered {
+    alignas(16) Kel16s v[kPad + kSub];
+    Filtered() { v[kPad - 1] = 0; }
+    Kel16s* f() { return v + kPad; }
+};
+
+// Next lag: next[j] = sat16(sat16((x h[j]) >> shift) + f[j - 1]) for j >= 1
+// (extract_h(L_shl(L_mult(x, h), 3 - scaling)) added to f[j - 1] with add),
+// next[0] = x >> scaling. Returns max |next[j]| (saturated to 32767).
+int32_t updateFiltered(Filtered& in, Filtered& out, const Kel16s* h, int32_t x, int shift, int scaling) {
+    const Kel16s* f = in.f();
+    Kel16s* d = out.f();
+#if defined(__SSE2__)
+    // The 32-bit products from their low and high halves, shifted, narrowed
+    // with saturation (packs), added with saturation (adds): the same
+    // operations lane by lane. Lane 0 of the first pack is replaced below.
+    const __m128i xv = _mm_set1_epi16(static_cast<Kel16s>(x));
+    const __m128i sh = _mm_cvtsi32_si128(shift);
+    for (int j = 0; j < kSub; j += 8) {
+        const __m128i hv = _mm_loadu_si128(reinterpret_cast<const __m128i*>(h + j));
+        const __m128i lo = _mm_mullo_epi16(xv, hv), hi = _mm_mulhi_epi16(xv, hv);
+        const __m128i p0 = _mm_sra_epi32(_mm_unpacklo_epi16(lo, hi), sh);
+        const __m128i p1 = _mm_sra_epi32(_mm_unpackhi_epi16(lo, hi), sh);
+        const __m128i prev = _mm_loadu_si128(reinterpret_cast<const __m128i*>(f + j - 1));
+        const __m128i v = _mm_adds_epi16(_mm_packs_epi32(p0, p1), prev);
+        _mm_store_si128(reinterpret_cast<__m128i*>(d + j), v);
+    }
+    // Lane 0 held the j = 0 term, which is not part of the vector.
+    d[0] = static_cast<Kel16s>(x >> scaling);
+    // The largest magnitude (subs: |-32768| counts as 32767).
+    __m128i m = _mm_setzero_si128();
+    for (int j = 0; j < kSub; j += 8) {
+        const __m128i v = _mm_load_si128(reinterpret_cast<const __m128i*>(d + j));
+        m = _mm_max_epi16(m, _mm_max_epi16(v, _mm_subs_epi16(_mm_setzero_si128(), v)));
+    }
+    alignas(16) Kel16s lanes[8];
+    _mm_store_si128(reinterpret_cast<__m128i*>(lanes), m);
+    int32_t mx = 0;
+    for (const Kel16s l : lanes) mx = l > mx ? l : mx;
+    return mx;
+#else
+    int32_t mx = 0;
+    for (int j = 1; j < kSub; ++j) {
+        const int32_t v = sat16(int32_t{sat16((x * h[j]) >> shift)} + f[j - 1]);
+        d[j] = static_cast<Kel16s>(v);
+        const int32_t a = v < 0 ? (v == -32768 ? 32767 : -v) : v;
+        mx = a > mx ? a : mx;
+    }
+    d[0] = static_cast<Kel16s>(x >> scaling);
+    const int32_t a0 = d[0] < 0 ? -int32_t{d[0]} : d[0];
+    return a0 > mx ? a0 : mx;
+#endif
+}
+
+// Dot product of 40 samples, wrapping 32-bit sums (exact where used).
+int32_t dot40(const Kel16s* a, const Kel16s* b) {
+#if defined(__SSE2__)
+    __m128i acc = _mm_setzero_si128();
+    for (int j = 0; j < kSub; j += 8)
+        acc = _mm_add_epi32(acc, _mm_madd_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(a + j)),
+                                                _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + j))));
+    acc = _mm_add_epi32(acc, _mm_shuffle_epi32(acc, 0x4e));
+    acc = _mm_add_epi32(acc, _mm_shuffle_epi32(acc, 0xb1));
+    return _mm_cvtsi128_si32(acc);
+#else
+    uint32_t s = 0;
+    for (int j = 0; j < kSub; ++j) s += static_cast<uint32_t>(int32_t{a[j]} * b[j]);
+    return static_cast<int32_t>(s);
+#endif
+}
+
+// Sum of squares of 40 samples: in 32 bits when every |x| <= 7326
+// (40 x 7326^2 < 2^31; and no pair of madd reaches 2^31).
+int64_t energy40(const Kel16s* x, int32_t maxAbsX) {
+    if (maxAbsX <= 7326) return dot40(x, x);
+    int64_t e = 0;
+    for (int j = 0; j < kSub; ++j) e += int32_t{x[j]} * x[j];
+    return e;
+}
+
+}  // namespace
+
 void kel::ownNormCorr_G729_16s(const Kel16s* pExc, const Kel16s* pTarget, const Kel16s* pImp, int tMin, int tMax,
                                Kel16s* pCorr) {
     // The past excitation at lag tMin filtered by h; later lags are derived
     // from it one sample at a time.
-    alignas(32) Kel16s bufA[kSub], bufB[kSub];
-    Kel16s* f = bufA;
-    Kel16s* next = bufB;
+    Filtered bufA, bufB;
+    Filtered* cur = &bufA;
+    Filtered* next = &bufB;
+    Kel16s* f = cur->f();
     convolveSat(pExc - tMin, pImp, f);
     // Above 2^26 (doubled energy) the filtered vector is divided by 4 and
     // the per-lag update uses h at 2 bits less.
-    int64_t e0 = 0;
-    for (int j = 0; j < kSub; ++j) e0 += int32_t{f[j]} * f[j];
-    const bool scaled = 2 * e0 > (int64_t{1} << 26);
+    int32_t maxF = maxAbs(f);
+    const bool scaled = 2 * energy40(f, maxF) > (int64_t{1} << 26);
     const int scaling = scaled ? 2 : 0;
     const int hShift = 12 + scaling;
-    if (scaled)
+    if (scaled) {
         for (int j = 0; j < kSub; ++j) f[j] = static_cast<Kel16s>(f[j] >> 2);
+        maxF = maxAbs(f);
+    }
 
     int64_t ex = 0;
     for (int j = 0; j < kSub; ++j) ex += int32_t{pTarget[j]} * pTarget[j];
     const bool targetSmall = ex < (int64_t{1} << 30);
 
-    for (int t = tMin; t <= tMax; ++t) {
+    for (int t = tMin;; ++t) {
+        f = cur->f();
         // 1 / sqrt(energy) in Q30: the energy's L_mac sum only grows, so it
         // saturates once.
-        int64_t e = 0;
-        for (int j = 0; j < kSub; ++j) e += int32_t{f[j]} * f[j];
+        const int64_t e = energy40(f, maxF);
         const Kel32s inv = kel::Inv_sqrt(kel::sat32(2 * e));
         // <x, f> doubled: exact when both energies are below 2^30 (then
         // |partial sum| <= sqrt(Ex Ef) < 2^30), else stepwise saturated.
         Kel32s c;
         if (targetSmall && e < (int64_t{1} << 30)) {
-            int32_t s = 0;
-            for (int j = 0; j < kSub; ++j) s += int32_t{pTarget[j]} * f[j];
-            c = 2 * s;
+            c = 2 * dot40(pTarget, f);
         } else {
             c = 0;
             for (int j = 0; j < kSub; ++j) c = kel::L_mac(c, pTarget[j], f[j]);
@@ -107,13 +206,10 @@ void kel::ownNormCorr_G729_16s(const Kel16s* pExc, const Kel16s* pTarget, const 
         kel::L_Extract(inv, &nh, &nl);
         pCorr[t - tMin] = sat16(kel::Mpy_32(ch, cl, nh, nl));
         if (t == tMax) break;
-        // Next lag: f'[j] = f[j - 1] + x h[j] with x the next older sample;
-        // extract_h(L_shl(L_mult(x, h), 3 - scaling)) = sat16((x h) >> hShift).
-        const int32_t x = pExc[-t - 1];
-        for (int j = kSub - 1; j > 0; --j) next[j] = sat16(int32_t{sat16((x * pImp[j]) >> hShift)} + f[j - 1]);
-        next[0] = static_cast<Kel16s>(x >> scaling);
-        Kel16s* tmp = f;
-        f = next;
+        // The filtered vector of the next lag, from the next older sample.
+        maxF = updateFiltered(*cur, *next, pImp, pExc[-t - 1], hShift, scaling);
+        Filtered* tmp = cur;
+        cur = next;
         next = tmp;
     }
 }
