@@ -98,6 +98,10 @@ int32_t updateFiltered(Filtered& in, Filtered& out, const Kel16s* h, int32_t x, 
     // operations lane by lane. Lane 0 of the first pack is replaced below.
     const __m128i xv = _mm_set1_epi16(static_cast<Kel16s>(x));
     const __m128i sh = _mm_cvtsi32_si128(shift);
+    // The largest magnitude (subs: |-32768| counts as 32767), lane 0 of the
+    // first pack masked out.
+    __m128i keep = _mm_set_epi16(-1, -1, -1, -1, -1, -1, -1, 0);
+    __m128i m = _mm_setzero_si128();
     for (int j = 0; j < kSub; j += 8) {
         const __m128i hv = _mm_loadu_si128(reinterpret_cast<const __m128i*>(h + j));
         const __m128i lo = _mm_mullo_epi16(xv, hv), hi = _mm_mulhi_epi16(xv, hv);
@@ -106,20 +110,17 @@ int32_t updateFiltered(Filtered& in, Filtered& out, const Kel16s* h, int32_t x, 
         const __m128i prev = _mm_loadu_si128(reinterpret_cast<const __m128i*>(f + j - 1));
         const __m128i v = _mm_adds_epi16(_mm_packs_epi32(p0, p1), prev);
         _mm_store_si128(reinterpret_cast<__m128i*>(d + j), v);
+        m = _mm_max_epi16(m, _mm_and_si128(keep, _mm_max_epi16(v, _mm_subs_epi16(_mm_setzero_si128(), v))));
+        keep = _mm_set1_epi16(-1);
     }
     // Lane 0 held the j = 0 term, which is not part of the vector.
     d[0] = static_cast<Kel16s>(x >> scaling);
-    // The largest magnitude (subs: |-32768| counts as 32767).
-    __m128i m = _mm_setzero_si128();
-    for (int j = 0; j < kSub; j += 8) {
-        const __m128i v = _mm_load_si128(reinterpret_cast<const __m128i*>(d + j));
-        m = _mm_max_epi16(m, _mm_max_epi16(v, _mm_subs_epi16(_mm_setzero_si128(), v)));
-    }
-    alignas(16) Kel16s lanes[8];
-    _mm_store_si128(reinterpret_cast<__m128i*>(lanes), m);
-    int32_t mx = 0;
-    for (const Kel16s l : lanes) mx = l > mx ? l : mx;
-    return mx;
+    m = _mm_max_epi16(m, _mm_srli_si128(m, 8));
+    m = _mm_max_epi16(m, _mm_srli_si128(m, 4));
+    m = _mm_max_epi16(m, _mm_srli_si128(m, 2));
+    const int32_t mx = static_cast<Kel16s>(_mm_cvtsi128_si32(m));
+    const int32_t a0 = d[0] < 0 ? -int32_t{d[0]} : d[0];
+    return a0 > mx ? a0 : mx;
 #else
     int32_t mx = 0;
     for (int j = 1; j < kSub; ++j) {
