@@ -124,8 +124,8 @@ void ownHighPassFilter_G729_16s(Kel16s* pSrcDst, int len, int sf, HighPassState*
 // 194 samples: 154 past ones, then the current sub-frame at exc + 154
 // (kPitchHistory). Delays are (integer lag, fraction in thirds).
 
-constexpr int kPitchHistory = 154;   // PIT_MAX + L_INTERPOL: past excitation samples
-constexpr int kPitchSubframe = 40;   // L_SUBFR
+constexpr int kPitchHistory = 154;     // PIT_MAX + L_INTERPOL: past excitation samples
+constexpr int kPitchSubframe = 40;     // L_SUBFR
 constexpr int kOpenLoopHistory = 143;  // PIT_MAX: weighted speech before the frame
 constexpr int kOpenLoopFrame = 80;     // L_FRAME
 
@@ -164,10 +164,10 @@ void _kelsDecodeAdaptiveVector_Sat_G729_16s(Kel16s* pExc, int t, int frac);
 // The closed-loop searches on a 194-sample excitation buffer: G.729 and
 // G.729A build the chosen vector at pExcBuf + 154; G.729D only chooses.
 // pDelay: [2] out.
-void ownAdaptiveCodebookSearch_G729_16s(int valOpenDelay, const Kel16s* pTarget, const Kel16s* pImp,
-                                        Kel16s* pExcBuf, int subFrame, Kel16s* pDelay);
-void ownAdaptiveCodebookSearch_G729A_16s(int valOpenDelay, const Kel16s* pTarget, const Kel16s* pImp,
-                                         Kel16s* pExcBuf, int subFrame, Kel16s* pDelay);
+void ownAdaptiveCodebookSearch_G729_16s(int valOpenDelay, const Kel16s* pTarget, const Kel16s* pImp, Kel16s* pExcBuf,
+                                        int subFrame, Kel16s* pDelay);
+void ownAdaptiveCodebookSearch_G729A_16s(int valOpenDelay, const Kel16s* pTarget, const Kel16s* pImp, Kel16s* pExcBuf,
+                                         int subFrame, Kel16s* pDelay);
 void ownAdaptiveCodebookSearch_G729D_16s(int valOpenDelay, const Kel16s* pTarget, const Kel16s* pImp,
                                          const Kel16s* pExcBuf, int subFrame, Kel16s* pDelay);
 

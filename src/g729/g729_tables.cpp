@@ -344,8 +344,7 @@ const Kel16s kSidModeWeight[kMaModes] = {8644, 16572};
 // ---------------------------------------------------------------------------
 // G.729 3.7 inter_3: the 1/3-resolution interpolation filter of the
 // normalised correlation (FIR_SIZE_ANA = 13), Q15.
-const Kel16s kInter3[kInter3Size] = {29519, 24906, 13896, 2755, -3459, -3969, -1561,
-                                     534,   1023,  516,   0,    -194,  0};
+const Kel16s kInter3[kInter3Size] = {29519, 24906, 13896, 2755, -3459, -3969, -1561, 534, 1023, 516, 0, -194, 0};
 
 // G.729 3.7.1 inter_3l: the 1/3-resolution interpolation filter of the past
 // excitation (FIR_SIZE_SYN = 31), Q15.
