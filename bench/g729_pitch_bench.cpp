@@ -169,16 +169,16 @@ struct Data {
     Data() {
         const std::string dir = KELSC_G729_VECTORS;
         // acs_g729.bin rows (358 words): val, sub, x[40], h[40], exc[194], ...;
-        // the first 75 rows come from the speech files.
+        // the first 37 rows come from the speech files.
         const std::vector<int16_t> acs = readWords(dir + "/pitch/acs_g729.bin");
-        for (size_t r = 0; r + 358 <= acs.size() && r < 75 * 358; r += 358) {
+        for (size_t r = 0; r + 358 <= acs.size() && r < 37 * 358; r += 358) {
             const Kel16s* p = &acs[r];
             frames.push_back({p[0], p[1], {p + 2, p + 42}, {p + 42, p + 82}, {p + 82, p + 276}});
         }
         // decvec.bin rows (276 words): T, frac, exc[194], ...; the first
-        // 75 from the speech files.
+        // 37 from the speech files.
         const std::vector<int16_t> dec = readWords(dir + "/pitch/decvec.bin");
-        for (size_t r = 0; r + 276 <= dec.size() && r < 75 * 276; r += 276) {
+        for (size_t r = 0; r + 276 <= dec.size() && r < 37 * 276; r += 276) {
             const Kel16s* p = &dec[r];
             vectors.push_back({{p[0], p[1]}, {p + 2, p + 196}});
         }
