@@ -1201,8 +1201,8 @@ KELSC_API KelStatus kelsHighPassFilter_G729_16s_ISfs(Kel16s* pSrcDst, int len, i
    the adaptive vector into 154..193. After each sub-frame the caller adds
    the fixed-codebook contribution and shifts the buffer by 40.
    Delay (pDstDelay, pSrcDelay: 2 Kel16s): [0] the integer lag T, [1] the
-   fraction in thirds of a sample, -1, 0 or 1 (the delay is T - fraction/3:
-   a fraction of -1 means T + 1/3).
+   fraction in thirds of a sample, -1, 0 or 1 (the delay is T + fraction/3:
+   a fraction of -1 means T - 1/3).
    Search range from valOpenDelay (the open-loop lag in sub-frame 0, the
    integer lag chosen in sub-frame 0 for sub-frame 1): sub-frame 0 t_min =
    valOpenDelay - 3, sub-frame 1 t_min = valOpenDelay - 5, raised to 20;
