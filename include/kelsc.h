@@ -1182,6 +1182,146 @@ KELSC_API KelStatus kelsHighPassFilterInit_G729(const Kel16s* pCoeff, KelG729Hig
 KELSC_API KelStatus kelsHighPassFilter_G729_16s_ISfs(Kel16s* pSrcDst, int len, int scaleFactor,
                                                      KelG729HighPassState* pState);
 
+/* ------------------------------------------------------------------------ */
+/* G.729 pitch analysis                                                     */
+/* ------------------------------------------------------------------------ */
+/* The long-term (pitch) predictor of ITU-T G.729 and its annexes A and D:
+   the open-loop lag per 10 ms frame (G.729 3.4, A.3.4), the closed-loop
+   adaptive-codebook search per 5 ms sub-frame with 1/3-sample resolution
+   (3.7, A.3.7, and the 6.4 kbit/s second sub-frame of annex D), the
+   fractional-delay interpolation that builds the adaptive vector (3.7.1),
+   the adaptive-codebook gain (3.7.3) and the target update that feeds the
+   fixed-codebook search. Nothing is kept between calls.
+
+   Excitation buffer (pSrcDstPrevExcitation, 194 Kel16s): the 154 past
+   excitation samples (indices 0..153, the oldest first) followed by the 40
+   samples of the current sub-frame (154..193). The searches read the
+   current sub-frame's samples as the reference encoder leaves them there
+   (its LP residual) for the shortest lags, and the vector builders write
+   the adaptive vector into 154..193. After each sub-frame the caller adds
+   the fixed-codebook contribution and shifts the buffer by 40.
+   Delay (pDstDelay, pSrcDelay: 2 Kel16s): [0] the integer lag T, [1] the
+   fraction in thirds of a sample, -1, 0 or 1 (the delay is T + fraction/3:
+   a fraction of -1 means T - 1/3).
+   Search range from valOpenDelay (the open-loop lag in sub-frame 0, the
+   integer lag chosen in sub-frame 0 for sub-frame 1): sub-frame 0 t_min =
+   valOpenDelay - 3, sub-frame 1 t_min = valOpenDelay - 5, raised to 20;
+   t_max = t_min + 6 (sub-frame 0) or + 9; where t_max exceeds 143 it
+   becomes 143 and t_min 137 or 134.
+   Overflow behaviour beyond the reference: the interpolation sums without
+   saturation when |x[n] + x[n + 1]| of its two central samples is below
+   9656, the gains filter without saturation and the target update wraps;
+   these agree with the reference wherever its sums do not saturate. */
+
+/* G.729 open-loop lag (3.4): the signal's energy over all 223 samples
+   chooses a working copy shifted right by 3 (undoubled energy at least
+   2^30), left by 3 (below 2^19) or unchanged; in each of the lag sections
+   80..143, 40..79, 20..39 the lag of the largest correlation over the 80
+   frame samples (the smallest lag on a tie) is normalised by its energy;
+   a later section wins when the kept maximum times 0.85 is below its own.
+   pSrc: in, the weighted speech: 143 samples before the pointer (read) and
+         the 80 of the frame from it.
+   pDstLag: out, one Kel16s, 20..143. */
+KELSC_API KelStatus kelsOpenLoopPitchSearch_G729_16s(const Kel16s* pSrc, Kel16s* pDstLag);
+/* G.729A open-loop lag (A.3.4): every correlation and energy over every
+   second sample; sections 20..39, 40..79 and the even lags of 80..142
+   (then its winner's neighbours +1 and -1); smallest lag on a tie; a
+   section's maximum gains a quarter (0.2 for the first) of the next one's
+   when its double or triple lag lies near the next winner.
+   pSrc, pDstLag: as kelsOpenLoopPitchSearch_G729_16s. */
+KELSC_API KelStatus kelsOpenLoopPitchSearch_G729A_16s(const Kel16s* pSrc, Kel16s* pDstLag);
+
+/* G.729 closed-loop search (3.7): the normalised correlation of the target
+   with the past excitation filtered by h at every lag of t_min - 4 ..
+   t_max + 4; the integer lag of t_min..t_max (the largest on a tie); in
+   sub-frame 0 a lag of 85 or more is final, otherwise the 1/3-sample
+   interpolated correlation at -2/3 .. +2/3 (a result of -2/3 becomes
+   lag - 1 with fraction +1, +2/3 lag + 1 with fraction -1). The adaptive
+   vector of the chosen delay is built in pSrcDstPrevExcitation[154..193]
+   (as kelsDecodeAdaptiveVector_G729_16s_I) and copied to pDstAdptVector.
+   valOpenDelay: 18..145, else kelStatusOutOfRange.
+   pSrcAdptTarget: in, [40] the target x(n).
+   pSrcImpulseResponse: in, [40] h(n) of the weighted synthesis filter, Q12.
+   pSrcDstPrevExcitation: in/out, [194] the excitation buffer.
+   pDstDelay: out, [2] (T, fraction); T 19..144.
+   pDstAdptVector: out, [40] v(n).
+   subFrame: 0 or 1, else kelStatusOutOfRange. */
+KELSC_API KelStatus kelsAdaptiveCodebookSearch_G729_16s(Kel16s valOpenDelay, const Kel16s* pSrcAdptTarget,
+                                                        const Kel16s* pSrcImpulseResponse,
+                                                        Kel16s* pSrcDstPrevExcitation, Kel16s* pDstDelay,
+                                                        Kel16s* pDstAdptVector, Kel16s subFrame);
+/* G.729A closed-loop search (A.3.7): the target correlated backwards with
+   h (kelsCrossCorr_NormM_16s), then with the past excitation at each lag
+   of t_min..t_max (the smallest lag on a tie); in sub-frame 0 a lag of 85
+   or more is final with fraction 0; otherwise the vectors of fractions 0,
+   -1 and +1 are built in turn and one replaces the kept one only when it
+   correlates strictly better. The winner's vector is left in
+   pSrcDstPrevExcitation[154..193] and copied to pDstAdptVector; T 20..143.
+   Arguments and checks as kelsAdaptiveCodebookSearch_G729_16s. */
+KELSC_API KelStatus kelsAdaptiveCodebookSearch_G729A_16s(Kel16s valOpenDelay, const Kel16s* pSrcAdptTarget,
+                                                         const Kel16s* pSrcImpulseResponse,
+                                                         Kel16s* pSrcDstPrevExcitation, Kel16s* pDstDelay,
+                                                         Kel16s* pDstAdptVector, Kel16s subFrame);
+/* G.729D closed-loop search at 6.4 kbit/s: the G.729 search without the
+   vector; in sub-frame 1 (the 4-bit code) with d = lag - (t_max - 4) the
+   fractions tested are -2..2 for d = -1 or 0, 0..2 for d = -2, -2..0 for
+   d = 1 and none (fraction 0) otherwise. pSrcDstPrevExcitation is only
+   read. Checks as kelsAdaptiveCodebookSearch_G729_16s. */
+KELSC_API KelStatus kelsAdaptiveCodebookSearch_G729D_16s(Kel16s valOpenDelay, const Kel16s* pSrcAdptTarget,
+                                                         const Kel16s* pSrcImpulseResponse,
+                                                         const Kel16s* pSrcDstPrevExcitation, Kel16s subFrame,
+                                                         Kel16s* pDstDelay);
+
+/* G.729 adaptive vector (3.7.1): v(n) = sum over i = 0..9 of
+   u(n - T - i) inter_3l(f + 3i) + u(n - T + 1 + i) inter_3l(3 - f + 3i)
+   (the fraction's sign folded into f and T), doubled products, rounded to
+   16 bits; written to pSrcDstPrevExcitation[154..193] in order, so that for
+   T below 50 later samples read earlier ones.
+   pSrcDelay: in, [2] T 18..144 and fraction -1..1, else kelStatusBadIndex.
+   pSrcDstPrevExcitation: in/out, [194] the excitation buffer. */
+KELSC_API KelStatus kelsDecodeAdaptiveVector_G729_16s_I(const Kel16s* pSrcDelay, Kel16s* pSrcDstPrevExcitation);
+/* As kelsDecodeAdaptiveVector_G729_16s_I (which also writes the buffer),
+   then copies the 40 samples to pDstAdptVector ([40], out). */
+KELSC_API KelStatus kelsDecodeAdaptiveVector_G729_16s(const Kel16s* pSrcDelay, Kel16s* pSrcDstPrevExcitation,
+                                                      Kel16s* pDstAdptVector);
+
+/* G.729 adaptive-codebook gain (3.7.3): y = v convolved with h (each
+   wrapping sum shifted right by 12), then g = <x, y> / <y, y> in Q14 with
+   the reference's normalisations, 0 when <x, y> is not positive, at most
+   19661 (1.2).
+   pSrcAdptTarget: in, [40] x(n).
+   pSrcImpulseResponse: in, [40] h(n), Q12.
+   pSrcAdptVector: in, [40] v(n).
+   pDstFltAdptVector: out, [40] y(n).
+   pResultAdptGain: out, one Kel16s, Q14, 0..19661. */
+KELSC_API KelStatus kelsAdaptiveCodebookGain_G729_16s(const Kel16s* pSrcAdptTarget, const Kel16s* pSrcImpulseResponse,
+                                                      const Kel16s* pSrcAdptVector, Kel16s* pDstFltAdptVector,
+                                                      Kel16s* pResultAdptGain);
+/* G.729A adaptive-codebook gain: as kelsAdaptiveCodebookGain_G729_16s with
+   y = v filtered by 1/A(z) from zero memory (rounded at scale 12, stored
+   without saturation).
+   pSrcLpc: in, [11] a(0..10) of the weighted synthesis filter, Q12. */
+KELSC_API KelStatus kelsAdaptiveCodebookGain_G729A_16s(const Kel16s* pSrcAdptTarget, const Kel16s* pSrcLpc,
+                                                       const Kel16s* pSrcAdptVector, Kel16s* pDstFltAdptVector,
+                                                       Kel16s* pResultAdptGain);
+/* Target update for the fixed-codebook search: pDstAdptTarget[n] =
+   pSrcAdptTarget[n] - ((pFltAdptVector[n] * gain) >> 14), in 16-bit
+   arithmetic without saturation.
+   gain: Q14. pFltAdptVector: in, [40] y(n). pSrcAdptTarget: in, [40] x(n).
+   pDstAdptTarget: out, [40] (may be pSrcAdptTarget). */
+KELSC_API KelStatus kelsAdaptiveCodebookContribution_G729_16s(Kel16s gain, const Kel16s* pFltAdptVector,
+                                                              const Kel16s* pSrcAdptTarget, Kel16s* pDstAdptTarget);
+
+/* ------------------------------------------------------------------------ */
+/* G.729 fixed-codebook search                                              */
+/* ------------------------------------------------------------------------ */
+/* @@FIXED-CODEBOOK-SECTION@@ */
+
+/* ------------------------------------------------------------------------ */
+/* G.729 gain decoding and post-processing                                  */
+/* ------------------------------------------------------------------------ */
+/* @@GAIN-SECTION@@ */
+
 #ifdef __cplusplus
 }
 #endif

@@ -117,6 +117,74 @@ struct HighPassState {
 // sf 12 (Pre_Process) or 13 (Post_Process).
 void ownHighPassFilter_G729_16s(Kel16s* pSrcDst, int len, int sf, HighPassState* pState);
 
+// ---------------------------------------------------------------------------
+// G.729 pitch analysis
+// ---------------------------------------------------------------------------
+// (pitch.cpp, pitch_search.cpp). The excitation buffer exc is the caller's
+// 194 samples: 154 past ones, then the current sub-frame at exc + 154
+// (kPitchHistory). Delays are (integer lag, fraction in thirds).
+
+constexpr int kPitchHistory = 154;     // PIT_MAX + L_INTERPOL: past excitation samples
+constexpr int kPitchSubframe = 40;     // L_SUBFR
+constexpr int kOpenLoopHistory = 143;  // PIT_MAX: weighted speech before the frame
+constexpr int kOpenLoopFrame = 80;     // L_FRAME
+
+// G.729 3.4 open-loop lag (Pitch_ol): pSrc points at the frame's first
+// sample, 143 samples of history before it. Returns 20..143.
+int ownOpenLoopPitchSearch_G729_16s(const Kel16s* pSrc);
+// G.729A A.3.4 open-loop lag (Pitch_ol_fast), same buffer.
+int ownOpenLoopPitchSearch_G729A_16s(const Kel16s* pSrc);
+
+// The closed-loop search range of G.729 3.7 from valOpenDelay (18..145)
+// for sub-frame 0 (t_min = T - 3, 7 lags) or 1 (t_min = T - 5, 10 lags),
+// t_min raised to 20 and the range moved below 143.
+void ownPitchSearchRange_G729(int valOpenDelay, int subFrame, int* pMin, int* pMax);
+
+// The normalised correlation of G.729 3.7 (Norm_Corr): for every lag t of
+// tMin..tMax, the correlation of the target with the past excitation at lag
+// t filtered by h, divided by the square root of that filtered vector's
+// energy; pCorr[t - tMin] in Q15. pExc: the current sub-frame (tMax samples
+// of history before it; the first filtered vector also reads up to
+// 39 - tMin samples from it); pTarget, pImp: [40], h in Q12.
+// 4 <= tMin <= tMax, tMax - tMin < 32.
+void ownNormCorr_G729_16s(const Kel16s* pExc, const Kel16s* pTarget, const Kel16s* pImp, int tMin, int tMax,
+                          Kel16s* pCorr);
+
+// The 1/3-resolution interpolation of the normalised correlation (Interpol_3)
+// at pCorr (pCorr[-4..4] read), frac -2..2.
+Kel16s ownInterpolCorr_G729_16s(const Kel16s* pCorr, int frac);
+
+// G.729 3.7.1 adaptive vector (Pred_lt_3 with the library's summation):
+// pExc[0..39] from the history before it for delay (t, frac), t 18..144,
+// frac -1..1; samples written become input for later ones when t < 50.
+void ownDecodeAdaptiveVector_G729_16s(Kel16s* pExc, int t, int frac);
+// The same with the reference's saturating accumulation at every step.
+void _kelsDecodeAdaptiveVector_Sat_G729_16s(Kel16s* pExc, int t, int frac);
+
+// The closed-loop searches on a 194-sample excitation buffer: G.729 and
+// G.729A build the chosen vector at pExcBuf + 154; G.729D only chooses.
+// pDelay: [2] out.
+void ownAdaptiveCodebookSearch_G729_16s(int valOpenDelay, const Kel16s* pTarget, const Kel16s* pImp, Kel16s* pExcBuf,
+                                        int subFrame, Kel16s* pDelay);
+void ownAdaptiveCodebookSearch_G729A_16s(int valOpenDelay, const Kel16s* pTarget, const Kel16s* pImp, Kel16s* pExcBuf,
+                                         int subFrame, Kel16s* pDelay);
+void ownAdaptiveCodebookSearch_G729D_16s(int valOpenDelay, const Kel16s* pTarget, const Kel16s* pImp,
+                                         const Kel16s* pExcBuf, int subFrame, Kel16s* pDelay);
+
+// G.729 3.7.3 gain of the filtered adaptive vector y against the target x
+// (G_pitch with the library's overflow tests), Q14, 0..19661.
+Kel16s ownAdaptiveGain_G729_16s(const Kel16s* pTarget, const Kel16s* pFlt);
+
+// ---------------------------------------------------------------------------
+// G.729 fixed-codebook search
+// ---------------------------------------------------------------------------
+// @@FIXED-CODEBOOK-SECTION@@
+
+// ---------------------------------------------------------------------------
+// G.729 gain decoding and post-processing
+// ---------------------------------------------------------------------------
+// @@GAIN-SECTION@@
+
 }  // namespace kel
 
 #endif  // KELSC_G729_G729_INTERNAL_H

@@ -339,4 +339,27 @@ const Kel16s kSidStage2Map[2][kSidStage2Size] = {
 // G.729B Mp: weights of the first-stage error per noise predictor, Q15.
 const Kel16s kSidModeWeight[kMaModes] = {8644, 16572};
 
+// ---------------------------------------------------------------------------
+// G.729 pitch analysis
+// ---------------------------------------------------------------------------
+// G.729 3.7 inter_3: the 1/3-resolution interpolation filter of the
+// normalised correlation (FIR_SIZE_ANA = 13), Q15.
+const Kel16s kInter3[kInter3Size] = {29519, 24906, 13896, 2755, -3459, -3969, -1561, 534, 1023, 516, 0, -194, 0};
+
+// G.729 3.7.1 inter_3l: the 1/3-resolution interpolation filter of the past
+// excitation (FIR_SIZE_SYN = 31), Q15.
+const Kel16s kInter3L[kInter3LSize] = {29443, 25207, 14701, 3143, -4402, -5850, -2783, 1211, 3130, 2259, 0,
+                                       -1652, -1666, -464,  756,  1099,  550,   -245,  -634, -451, 0,    308,
+                                       296,   78,    -120,  -165, -79,   34,    91,    70,   0};
+
+// ---------------------------------------------------------------------------
+// G.729 fixed-codebook search
+// ---------------------------------------------------------------------------
+// @@FIXED-CODEBOOK-SECTION@@
+
+// ---------------------------------------------------------------------------
+// G.729 gain decoding and post-processing
+// ---------------------------------------------------------------------------
+// @@GAIN-SECTION@@
+
 }  // namespace kel::g729

@@ -85,6 +85,28 @@ extern const Kel16s kSidStage1Map[kSidStage1Size];
 extern const Kel16s kSidStage2Map[2][kSidStage2Size];
 extern const Kel16s kSidModeWeight[kMaModes];
 
+// ---------------------------------------------------------------------------
+// G.729 pitch analysis
+// ---------------------------------------------------------------------------
+
+constexpr int kInter3Size = 13;   // FIR_SIZE_ANA: taps of inter_3 (4 per side, step 3)
+constexpr int kInter3LSize = 31;  // FIR_SIZE_SYN: taps of inter_3l (10 per side, step 3)
+
+// G.729 3.7 interpolation filter of the normalised correlation (inter_3)
+// and of the past excitation (inter_3l), both Q15, sampled at thirds.
+extern const Kel16s kInter3[kInter3Size];
+extern const Kel16s kInter3L[kInter3LSize];
+
+// ---------------------------------------------------------------------------
+// G.729 fixed-codebook search
+// ---------------------------------------------------------------------------
+// @@FIXED-CODEBOOK-SECTION@@
+
+// ---------------------------------------------------------------------------
+// G.729 gain decoding and post-processing
+// ---------------------------------------------------------------------------
+// @@GAIN-SECTION@@
+
 }  // namespace kel::g729
 
 #endif  // KELSC_G729_G729_TABLES_H
