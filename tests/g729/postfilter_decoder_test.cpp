@@ -5,17 +5,23 @@
 #include <gtest/gtest.h>
 #include <string.h>
 
+#include <string>
+
 #include "g729/g729_golden.h"
 
 namespace {
 
 using namespace kelsc_test;
 
-// gain.bin, 17 words: first index, second index, erased flag, energy
+// gain.bin (the decoder's sub-frames) and gain_stress.bin (random indices,
+// memories, gains and energies, among them 0, 1 and 2^31 - 1, every fifth
+// erased), 17 words: first index, second index, erased flag, energy
 // (32-bit), past errors [4], gains in [2], gains out [2], past errors out [4].
-TEST(G729Gain, DecodesTheReferenceSubframes) {
+class G729Gain : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(G729Gain, DecodesLikeTheReference) {
     size_t erased = 0;
-    for (const V16& row : g729Rows("postfilter/gain.bin", 17)) {
+    for (const V16& row : g729Rows(std::string("postfilter/") + GetParam(), 17)) {
         Fields f(row);
         const Kel16s idx[2] = {f.one(), f.one()};
         const bool bad = f.one() != 0;
@@ -23,11 +29,37 @@ TEST(G729Gain, DecodesTheReferenceSubframes) {
         V16 past = f.take(4), gain = f.take(2);
         const V16 wantGain = f.take(2), wantPast = f.take(4);
         ASSERT_EQ(kelsDecodeGain_G729_16s(energy, past.data(), bad ? nullptr : idx, gain.data()), kelStatusOk);
-        EXPECT_EQ(gain, wantGain) << "indices " << idx[0] << " " << idx[1] << " erased " << bad;
+        EXPECT_EQ(gain, wantGain) << "indices " << idx[0] << " " << idx[1] << " erased " << bad << " energy " << energy;
         EXPECT_EQ(past, wantPast);
         erased += bad;
     }
-    EXPECT_GT(erased, 100u);
+    EXPECT_GT(erased, 50u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Reference, G729Gain, ::testing::Values("gain.bin", "gain_stress.bin"));
+
+// gain6k.bin, 18 words: the annex D decoder's 6.4 kbit/s sub-frames (modes
+// 1 and 3 of its test streams), then random rows, every fourth erased:
+// first index, second index, erased flag, attenuation, energy (32-bit),
+// past errors [4], gains in [2], gains out [2], past errors out [4].
+TEST(G729IGain, DecodesLikeTheAnnexDReference) {
+    size_t erased = 0, rows = 0;
+    for (const V16& row : g729Rows("postfilter/gain6k.bin", 18)) {
+        Fields f(row);
+        const Kel16s idx[2] = {f.one(), f.one()};
+        const bool bad = f.one() != 0;
+        const Kel16s attenuation = f.one();
+        const Kel32s energy = f.word32();
+        V16 past = f.take(4), gain = f.take(2);
+        const V16 wantGain = f.take(2), wantPast = f.take(4);
+        ASSERT_EQ(kelsDecodeGain_G729I_16s(energy, attenuation, past.data(), bad ? nullptr : idx, gain.data()),
+                  kelStatusOk);
+        EXPECT_EQ(gain, wantGain) << "row " << rows;
+        EXPECT_EQ(past, wantPast) << "row " << rows;
+        erased += bad;
+        ++rows;
+    }
+    EXPECT_GT(erased, 50u);
 }
 
 // synthesis.bin, 102 words: a[11], memory [10], excitation [40], output
