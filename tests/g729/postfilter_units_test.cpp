@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "g729/g729_golden.h"
+#include "g729/g729_internal.h"
 
 namespace {
 
@@ -228,7 +229,7 @@ TEST(G729ResidualFilter, WrapsInsteadOfSaturating) {
 
 // Erasure of a saturated pitch gain: 32767 x 0.9 = 29490, under the
 // ceiling; the annex I form has no ceiling and one factor for both gains.
-TEST(G729Gain, ErasureEdgeCases) {
+TEST(G729GainEdges, ErasureEdgeCases) {
     Kel16s past[4] = {-14336, -14336, -14336, -14336}, gain[2] = {32767, 32767};
     ASSERT_EQ(kelsDecodeGain_G729_16s(0, past, nullptr, gain), kelStatusOk);
     EXPECT_EQ(gain[0], 29490);
@@ -238,6 +239,26 @@ TEST(G729Gain, ErasureEdgeCases) {
     ASSERT_EQ(kelsDecodeGain_G729I_16s(0, 32767, past, nullptr, gainI), kelStatusOk);
     EXPECT_EQ(gainI[0], 32766);
     EXPECT_EQ(gainI[1], -32767);
+}
+
+// A zero code energy with zero past errors predicts about 127 dB: the
+// 8 kbit/s fixed-codebook gain saturates, the annex I one keeps the low 16
+// bits of correction x predicted gain >> (exp + 12). Indices 0, 0 of the
+// 6.4 kbit/s tables: rows 0 and 0, pitch gain 5849 + 0, correction
+// (0 + 4175) / 2 = 2087 (Q13). The prediction itself is the one the
+// reference rows check.
+TEST(G729GainEdges, OverflowingPredictionSaturatesOnlyAt8kbps) {
+    const Kel16s idx[2] = {0, 0}, zero[4] = {};
+    Kel16s gcode0 = 0, exp = 0;
+    kel::ownGainPredict_G729_16s(0, zero, &gcode0, &exp);
+    ASSERT_LT(exp + 12, 16) << "the prediction must overflow 16 bits for this case";
+    Kel16s past[4] = {}, gain[2] = {};
+    ASSERT_EQ(kelsDecodeGain_G729I_16s(0, 0, past, idx, gain), kelStatusOk);
+    EXPECT_EQ(gain[0], 5849);
+    EXPECT_EQ(gain[1], static_cast<Kel16s>(static_cast<uint16_t>((int64_t{2087} * gcode0) >> (exp + 12))));
+    Kel16s past8[4] = {}, gain8[2] = {};
+    ASSERT_EQ(kelsDecodeGain_G729_16s(0, past8, idx, gain8), kelStatusOk);
+    EXPECT_EQ(gain8[1], 32767);
 }
 
 // Gain control with a silent post-filtered sub-frame (all samples 0..3,
