@@ -164,8 +164,9 @@ void ownGainControl_G729A_16s(const Kel16s* pSrc, Kel16s* pSrcDst, Kel16s* pGain
 }
 
 void ownTiltFilter_G729E_16s(Kel16s tilt, const Kel16s* pSrc, Kel16s* pDst) {
-    // mu = 0.2 tilt (Q15 gain 2^14 / (1 - |mu|), shift 15) for a positive
-    // tilt, else 0.9 tilt (2^11 / (1 - |mu|), shift 12).
+    // (1 + mu z^-1) / (1 - |mu|): mu = 0.2 tilt for a positive tilt (gain
+    // g = 2^29 / (32768 - |mu|), output shift 15), else 0.9 tilt (g = 2^26 /
+    // (32768 - |mu|), shift 12), as filt_mu forms them with div_s.
     Kel16s mu = 0;
     int shift = 0;
     Kel32s numerator = 0, rounding = 0;
