@@ -40,7 +40,8 @@ TEST(G729AGainControl, MatchesTheReferenceOnStressSignals) {
 
 // ltp_stress.bin, 224 words: delay, residual [-143..39], output [40]
 // (pit_pst_filt with the decoder's search range; random, periodic,
-// full-scale and extreme residuals; delays 18, 141, 145 and random).
+// full-scale and extreme residuals; delays 18, 141, 145 and random; equal
+// correlations at neighbouring delays, where the smaller delay wins).
 TEST(G729ALongTermPostFilter, MatchesTheReferenceOnStressResiduals) {
     const Kel16s a[11] = {4096};  // A(z) = 1: the residual is the speech
     for (const V16& row : g729Rows("postfilter/ltp_stress.bin", 224)) {
