@@ -1320,7 +1320,138 @@ KELSC_API KelStatus kelsAdaptiveCodebookContribution_G729_16s(Kel16s gain, const
 /* ------------------------------------------------------------------------ */
 /* G.729 gain decoding and post-processing                                  */
 /* ------------------------------------------------------------------------ */
-/* @@GAIN-SECTION@@ */
+/* The primitives around the G.729 excitation in the decoder: the decoding
+   of the conjugate-structure gain codebook with its moving-average
+   prediction of the fixed-codebook gain and its frame-erasure path (G.729
+   3.9.1, 4.1.5, 4.4.2; the 6.4 kbit/s codebook of annex D in the annex I
+   form), the residual and synthesis filters of a 40-sample sub-frame, the
+   annex A post-filter (harmonic post-filter, short-term post-filter,
+   preemphasis and adaptive gain control), the tilt compensation of G.729
+   4.2.3 and annex E, and the annex D phase-dispersion state. Memories live
+   in caller arrays kept between sub-frames: the gain pair and the four
+   past quantised prediction errors, the ten past outputs stored before a
+   synthesis output, the residual history of the long-term post-filter, the
+   gain-control gain and the preemphasis sample. Overflow saturates and
+   returns no status. */
+
+/* G.729 gain decoding for one sub-frame (Dec_gain).
+   energy: the fixed-codebook energy, the saturating sum over the 40 Q13
+           code samples of 2 c[n]^2 (L_mac), which the prediction uses.
+   pPastQEnergy: in/out, [4] past quantised prediction errors, Q10 dB,
+                 newest first (reset: four times -14336, -14 dB); shifted
+                 and the new error inserted.
+   pIdx: in, [2] the first (3 bits, masked with 7) and second (4 bits,
+         masked with 15) gain indices; null for an erased sub-frame: the
+         pitch gain becomes 0.9 of the previous one, at most 29491, the
+         fixed-codebook gain 0.98 of the
+         previous one, and the memory takes the mean of its four errors
+         less 4 dB, at least -14 dB.
+   pGain: in/out, [2] pitch gain (Q14) and fixed-codebook gain (Q1): the
+          previous sub-frame's on input (read by the erasure path), this
+          sub-frame's on output. */
+KELSC_API KelStatus kelsDecodeGain_G729_16s(Kel32s energy, Kel16s* pPastQEnergy, const Kel16s* pIdx, Kel16s* pGain);
+/* The same with the annex D 6.4 kbit/s codebooks (3-bit indices, masked
+   with 7 only to stay inside the tables); the fixed-codebook gain keeps the
+   low 16 bits of the predicted gain times the correction, without
+   saturation. On erasure (pIdx null) both gains are multiplied by
+   attenuation (Q15), with no ceiling.
+   attenuation: Q15 factor of the erasure path. */
+KELSC_API KelStatus kelsDecodeGain_G729I_16s(Kel32s energy, Kel16s attenuation, Kel16s* pPastQEnergy,
+                                             const Kel16s* pIdx, Kel16s* pGain);
+
+/* Annex A adaptive gain control (agc): E_out, E_in = the saturated doubled
+   sums of squares of the samples shifted right by 2 of pSrcDst and pSrc;
+   g0 = 0.1 sqrt(E_in / E_out) (Q12); per sample g = 0.9 g + g0 from the
+   stored gain, sample = sat16(sample g >> 12). A silent pSrcDst sets the
+   stored gain to 0 and is left as is.
+   pSrc: in, [40] the signal before post-filtering.
+   pSrcDst: in/out, [40] the post-filtered signal, scaled in place.
+   pGainPrev: in/out, one Kel16s, Q12 (reset 4096, 1.0). */
+KELSC_API KelStatus kelsGainControl_G729A_16s_I(const Kel16s* pSrc, Kel16s* pSrcDst, Kel16s* pGainPrev);
+/* Annex A long-term (harmonic) post-filter: the residual of the sub-frame
+   through pSrcLpc (as kelsResidualFilter_G729_16s) is written to
+   pSrcDstResidual[154..193]; then the delay of largest correlation of the
+   residual divided by 4 within valDelay - 3 .. valDelay + 3 (moved down to
+   end at 143) is taken, and the post-filter (1 + g z^-T) / (1 + g),
+   g = 0.5 min(pitch gain, 1), is applied when the prediction gain is at
+   least 3 dB (else the residual is copied).
+   valDelay: the decoded integer pitch delay, 18..145 (else
+             kelStatusOutOfRange).
+   pSrcSpch: in, [40] synthesised speech with 10 history samples before it.
+   pSrcLpc: in, [11] Q12, the numerator A(z/0.55).
+   pSrcDstResidual: in/out, [194]: [0..153] the residual of the preceding
+                    sub-frames (the last 143 are read), [154..193] written.
+                    The caller moves [40..193] down to [0..153] before the
+                    next sub-frame.
+   pDst: out, [40]. */
+KELSC_API KelStatus kelsLongTermPostFilter_G729A_16s(Kel16s valDelay, const Kel16s* pSrcSpch, const Kel16s* pSrcLpc,
+                                                     Kel16s* pSrcDstResidual, Kel16s* pDst);
+/* Annex A short-term post-filter 1 / A(z/0.7): the synthesis filter below.
+   pSrcLpc: in, [11] Q12.
+   pSrc: in, [40].
+   pDst: out, [40], with the 10 previous outputs stored before it (read as
+         the filter memory; pDst may be pSrc). */
+KELSC_API KelStatus kelsShortTermPostFilter_G729A_16s(const Kel16s* pSrcLpc, const Kel16s* pSrc, Kel16s* pDst);
+/* G.729 synthesis filter 1 / A(z): y[n] = sat16((4096 x[n] - sum over
+   k = 1..10 of a[k] y[n - k] + 2048) >> 12) with a wrapping 32-bit sum
+   (a[0] taken as given), over 40 samples.
+   pSrc: in, [40].
+   pSrcLpc: in, [11] Q12.
+   pDst: out, [40], with the 10 previous outputs stored before it (the
+         memory; the caller keeps the last 10 outputs there). */
+KELSC_API KelStatus kelsSynthesisFilter_G729_16s(const Kel16s* pSrc, const Kel16s* pSrcLpc, Kel16s* pDst);
+/* G.729 residual (analysis) filter A(z): dst[n] = (sum over i = 0..10 of
+   a[i] src[n - i] + 2048) >> 12, the 32-bit sum wrapping, the result kept
+   to its low 16 bits.
+   pSrc: in, [40] with 10 history samples before it.
+   pSrcLpc: in, [11] Q12.
+   pDst: out, [40] (must not overlap pSrc's history). */
+KELSC_API KelStatus kelsResidualFilter_G729_16s(const Kel16s* pSrc, const Kel16s* pSrcLpc, Kel16s* pDst);
+/* G.729 tilt compensation (4.2.3): k = -r1 / r0 (Q15, 0 when r0 < |r1|)
+   from the normalised autocorrelation of the impulse response, then
+   kelsTiltCompensation_G729E_16s with tilt k, in place.
+   pSrcImpulseResponse: in, [20] the truncated impulse response of
+                        A(z/g2) / A(z/g1).
+   pSrcDst: in/out, [40], with the sample preceding the sub-frame stored
+            before it (read). */
+KELSC_API KelStatus kelsTiltCompensation_G729_16s(const Kel16s* pSrcImpulseResponse, Kel16s* pSrcDst);
+/* Annex E tilt compensation (1 + mu z^-1) / (1 - |mu|): mu = 0.2 tilt for
+   tilt > 0, else 0.9 tilt (Q15, rounded); g = 2^29 or 2^26 / (32768 -
+   |mu|); dst[n] = sat16(((src[n + 1] + ((src[n] (mu >> 1) + 8192) >> 14))
+   2 g + 2^(s - 1)) >> s), s = 15 or 12.
+   tilt: Q15 first reflection coefficient.
+   pSrc: in, [41], the sample before the sub-frame first.
+   pDst: out, [40] (must not overlap pSrc). */
+KELSC_API KelStatus kelsTiltCompensation_G729E_16s(Kel16s tilt, const Kel16s* pSrc, Kel16s* pDst);
+
+/* Annex A preemphasis 1 - gamma z^-1 (the tilt step of its post-filter and
+   of the GSM-AMR post-filter): dst[n] = sub(src[n], mult(gamma, src[n - 1]))
+   with src[-1] = *pMem, which becomes src[len - 1].
+   gamma: Q15 coefficient.
+   pSrc: in, [len]; pDst: out, [len] (pDst == pSrc allowed).
+   len: at least 1 (else kelStatusBadSize).
+   pMem: in/out, one Kel16s (reset 0). */
+KELSC_API KelStatus kelsPreemphasize_G729A_16s(Kel16s gamma, const Kel16s* pSrc, Kel16s* pDst, int len,
+                                               Kel16s* pMem);
+/* The same in place. pSrcDst: in/out, [len]. */
+KELSC_API KelStatus kelsPreemphasize_G729A_16s_I(Kel16s gamma, Kel16s* pSrcDst, int len, Kel16s* pMem);
+
+/* Annex D phase-dispersion state: the caller's memory of the reported size
+   (20 bytes) at any alignment, no pointers: six past pitch gains (Kel16s,
+   Q14, newest first), the dispersion counter, the previous fixed-codebook
+   gain (Q1), the onset flag and a spare word (Kel16s each). */
+typedef struct KelG729DPhaseDispersionState KelG729DPhaseDispersionState;
+
+/* *pSize = 20. pSize: out, one Kel32s. */
+KELSC_API KelStatus kelsPhaseDispersionGetStateSize_G729D_16s(Kel32s* pSize);
+/* Zeroes the 20 bytes. pState: out. */
+KELSC_API KelStatus kelsPhaseDispersionInit_G729D_16s(KelG729DPhaseDispersionState* pState);
+/* After a sub-frame decoded without dispersion (Update64): the pitch gains
+   shift by one with valPitchGain (Q14) newest, the counter becomes 2,
+   valCodebookGain (Q1) is remembered and the onset flag cleared.
+   pState: in/out. */
+KELSC_API KelStatus kelsPhaseDispersionUpdate_G729D_16s(Kel16s valPitchGain, Kel16s valCodebookGain,
+                                                        KelG729DPhaseDispersionState* pState);
 
 #ifdef __cplusplus
 }

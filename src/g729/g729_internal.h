@@ -183,7 +183,63 @@ Kel16s ownAdaptiveGain_G729_16s(const Kel16s* pTarget, const Kel16s* pFlt);
 // ---------------------------------------------------------------------------
 // G.729 gain decoding and post-processing
 // ---------------------------------------------------------------------------
-// @@GAIN-SECTION@@
+
+// Gain decoding (gain.cpp). pPastQEnergy: [4] past quantised prediction
+// errors (Q10, newest first); pGain: [2] pitch gain (Q14), fixed-codebook
+// gain (Q1), the previous sub-frame's on input of the erasure path.
+
+// G.729 3.9.1 prediction (Gain_predict) from the fixed-codebook energy
+// (sum of L_mac squares of the Q13 code vector): the predicted gain
+// 16384 < *pGcode0 <= 32767 with its exponent, gain = gcode0 >> *pExp.
+void ownGainPredict_G729_16s(Kel32s energy, const Kel16s* pPastQEnergy, Kel16s* pGcode0, Kel16s* pExp);
+// Gain_update: shift the memory in, newest error = 20 log10(gbk12 / 2^13).
+void ownGainUpdate_G729_16s(Kel16s* pPastQEnergy, Kel32s gbk12);
+// Gain_update_erasure: newest error = max(mean - 4 dB, -14 dB).
+void ownGainUpdateErasure_G729_16s(Kel16s* pPastQEnergy);
+// The kernels of kelsDecodeGain_G729_16s / _G729I_16s (pIdx null: erasure).
+void ownDecodeGain_G729_16s(Kel32s energy, Kel16s* pPastQEnergy, const Kel16s* pIdx, Kel16s* pGain);
+void ownDecodeGain_G729I_16s(Kel32s energy, Kel16s attenuation, Kel16s* pPastQEnergy, const Kel16s* pIdx,
+                             Kel16s* pGain);
+
+// Post-processing (postfilter.cpp); sub-frames of 40 samples.
+
+// dst[n] = low 16 bits of (sum a[i] src[n - i] + 2048) >> 12 (wrapping sum).
+// History: 10 samples before pSrc.
+void ownResidualFilter_G729_16s(const Kel16s* pSrc, const Kel16s* pLpc, Kel16s* pDst);
+// All-pole synthesis with scale 12, saturated outputs; the memory is the
+// 10 samples before pDst. pSrc may be pDst.
+void ownSynthesisFilter_G729_16s(const Kel16s* pSrc, const Kel16s* pLpc, Kel16s* pDst);
+// Annex A harmonic post-filter (pit_pst_filt) on the residual pRes around
+// delay (18..145). History: 143 samples before pRes.
+void ownHarmonicPostFilter_G729A_16s(int delay, const Kel16s* pRes, Kel16s* pDst);
+// Annex A preemphasis 1 - gamma z^-1 over len >= 1 samples; *pMem is the
+// sample before pSrc[0] and becomes pSrc[len - 1]. pDst may be pSrc.
+void ownPreemphasize_G729A_16s(Kel16s gamma, const Kel16s* pSrc, Kel16s* pDst, int len, Kel16s* pMem);
+// Annex A gain control, first half (agc up to g0): from the energies of the
+// post-filter input pSrc and output pPost ([len] each, x >> 2 squared),
+// *pG0 = 0.1 sqrt(E_in / E_out) in Q12 (0 for a silent input). Returns
+// false, writing nothing, when the output is silent.
+bool ownCalcG0_G729A_16s(const Kel16s* pSrc, const Kel16s* pPost, int len, Kel16s* pG0);
+// Second half: g = 0.9 g + g0 per sample from gainPrev, each sample
+// scaled by g (Q12, saturated). Returns the last g.
+Kel16s ownCalcGain_G729A_16s(Kel16s* pSrcDst, int len, Kel16s g0, Kel16s gainPrev);
+// kelsGainControl_G729A_16s_I over one sub-frame.
+void ownGainControl_G729A_16s(const Kel16s* pSrc, Kel16s* pSrcDst, Kel16s* pGainPrev);
+// Annex E tilt filter (filt_mu with mu from tilt): pSrc [41] from the sample
+// before the sub-frame; pDst [40] must not overlap pSrc.
+void ownTiltFilter_G729E_16s(Kel16s tilt, const Kel16s* pSrc, Kel16s* pDst);
+// G.729 4.2.3: k = -r1 / r0 of the 20-sample impulse response, then the
+// tilt filter in place. History: 1 sample before pSrcDst.
+void ownTiltCompensation_G729_16s(const Kel16s* pImpulse, Kel16s* pSrcDst);
+
+// The annex D phase-dispersion state, in the order of the caller's 20 bytes.
+struct PhaseDispersionState {
+    Kel16s gainMem[6];  // past pitch gains, newest first (Q14)
+    Kel16s prevState;   // dispersion counter
+    Kel16s prevCbGain;  // previous fixed-codebook gain (Q1)
+    Kel16s onset;       // onset flag
+    Kel16s spare;       // keeps the block at 20 bytes
+};
 
 }  // namespace kel
 

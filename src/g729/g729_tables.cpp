@@ -360,6 +360,35 @@ const Kel16s kInter3L[kInter3LSize] = {29443, 25207, 14701, 3143, -4402, -5850, 
 // ---------------------------------------------------------------------------
 // G.729 gain decoding and post-processing
 // ---------------------------------------------------------------------------
-// @@GAIN-SECTION@@
+// G.729 gbk1: {pitch gain Q14, correction Q13}.
+const Kel16s kGainCb1[kGainCb1Size][2] = {
+    {1, 1516}, {1551, 2425}, {1831, 5022}, {57, 5404}, {1921, 9291}, {3242, 9949}, {356, 14756}, {2678, 27162},
+};
+
+// G.729 gbk2: {pitch gain Q14, correction Q13}.
+const Kel16s kGainCb2[kGainCb2Size][2] = {
+    {826, 2005},   {1994, 0},     {5142, 592},   {6160, 2395},  {8091, 4861},  {9120, 525},
+    {10573, 2966}, {11569, 1196}, {13260, 3256}, {14194, 1630}, {15132, 4914}, {15161, 14276},
+    {15434, 237},  {16112, 3392}, {17299, 1861}, {18973, 5935},
+};
+
+// G.729 imap1, imap2: transmitted index to codebook row.
+const Kel16s kGainMap1[kGainCb1Size] = {5, 1, 7, 4, 2, 0, 6, 3};
+const Kel16s kGainMap2[kGainCb2Size] = {2, 14, 3, 13, 0, 15, 1, 12, 6, 10, 7, 9, 4, 11, 5, 8};
+
+// G.729 pred: MA predictor of the fixed-codebook energy, Q13.
+const Kel16s kGainPredictor[4] = {5571, 4751, 2785, 1556};
+
+// Annex D gbk1_6k, gbk2_6k: {pitch gain Q14, correction Q14}.
+const Kel16s kGainCb1_6k[kGainCb6kSize][2] = {
+    {5849, 0}, {2929, 1078}, {9425, 2731}, {6068, 6093}, {3617, 6747}, {3171, 9280}, {3915, 12872}, {4987, 22294},
+};
+const Kel16s kGainCb2_6k[kGainCb6kSize][2] = {
+    {0, 4175}, {3988, 0}, {4478, 7324}, {7876, 7821}, {10291, 11385}, {10828, 27602}, {11956, 10735}, {16423, 15724},
+};
+
+// Annex D imap1_6k, imap2_6k.
+const Kel16s kGainMap1_6k[kGainCb6kSize] = {0, 5, 4, 7, 1, 3, 2, 6};
+const Kel16s kGainMap2_6k[kGainCb6kSize] = {0, 5, 7, 2, 1, 4, 6, 3};
 
 }  // namespace kel::g729

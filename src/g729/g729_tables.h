@@ -105,7 +105,23 @@ extern const Kel16s kInter3L[kInter3LSize];
 // ---------------------------------------------------------------------------
 // G.729 gain decoding and post-processing
 // ---------------------------------------------------------------------------
-// @@GAIN-SECTION@@
+// G.729 3.9 conjugate-structure gain codebooks (8 kbit/s): gbk1 (8 rows) and
+// gbk2 (16 rows) of {pitch gain Q14, fixed-codebook correction Q13}, and the
+// index maps from the transmitted indices to the rows (imap1, imap2).
+constexpr int kGainCb1Size = 8, kGainCb2Size = 16;
+extern const Kel16s kGainCb1[kGainCb1Size][2];
+extern const Kel16s kGainCb2[kGainCb2Size][2];
+extern const Kel16s kGainMap1[kGainCb1Size];
+extern const Kel16s kGainMap2[kGainCb2Size];
+// G.729 3.9.1 MA prediction coefficients of the fixed-codebook energy (Q13).
+extern const Kel16s kGainPredictor[4];
+// Annex D 6.4 kbit/s gain codebooks (gbk1_6k, gbk2_6k, 8 rows each of
+// {pitch gain Q14, correction Q14}) and their index maps.
+constexpr int kGainCb6kSize = 8;
+extern const Kel16s kGainCb1_6k[kGainCb6kSize][2];
+extern const Kel16s kGainCb2_6k[kGainCb6kSize][2];
+extern const Kel16s kGainMap1_6k[kGainCb6kSize];
+extern const Kel16s kGainMap2_6k[kGainCb6kSize];
 
 }  // namespace kel::g729
 
