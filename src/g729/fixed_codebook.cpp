@@ -72,27 +72,37 @@ namespace kel {
 // Correlation matrix (Cor_h)
 // ---------------------------------------------------------------------------
 
-void ownToeplizMatrix_G729_16s32s(const Kel16s* pH, Kel32s* pMatrix) {
+int ownScaleImpulse_G729_16s(const Kel16s* pH, Kel16s* pScaled) {
     int64_t energy = 0;
     for (int n = 0; n < kSubframe; ++n) energy += int32_t{pH[n]} * pH[n];
     if ((energy >> 15) == 0) {
-        // A response of negligible energy gives the zero matrix.
-        memset(pMatrix, 0, sizeof(Kel32s) * kMatrixSize);
-        return;
+        // A response of negligible energy is replaced by zeros.
+        memset(pScaled, 0, sizeof(Kel16s) * kSubframe);
+        return 0;
     }
-    Kel16s h[kSubframe];
     if ((energy >> 15) > 32000) {
-        for (int n = 0; n < kSubframe; ++n) h[n] = shr(pH[n], 1);
+        for (int n = 0; n < kSubframe; ++n) pScaled[n] = shr(pH[n], 1);
     } else {
         // norm_l of the doubled energy (below 2^31 here), halved.
         const Kel16s k = shr(norm_l(static_cast<Kel32s>(2 * energy)), 1);
-        for (int n = 0; n < kSubframe; ++n) h[n] = shl(pH[n], k);
+        for (int n = 0; n < kSubframe; ++n) pScaled[n] = shl(pH[n], k);
     }
+    // No doubled partial sum can reach 2^31 when twice the energy stays
+    // below it (|sum h[k] h[k + d]| is at most the energy).
     int64_t scaled = 0;
-    for (int n = 0; n < kSubframe; ++n) scaled += int32_t{h[n]} * h[n];
-    if (2 * scaled <= kMax32) {
-        // No partial sum can reach 2^31 when doubled (|sum h[k] h[k + d]| is
-        // at most the energy): the halved L_mac sums are the plain sums.
+    for (int n = 0; n < kSubframe; ++n) scaled += int32_t{pScaled[n]} * pScaled[n];
+    return 2 * scaled <= kMax32 ? 1 : 2;
+}
+
+void ownToeplizMatrix_G729_16s32s(const Kel16s* pH, Kel32s* pMatrix) {
+    Kel16s h[kSubframe];
+    const int kind = ownScaleImpulse_G729_16s(pH, h);
+    if (kind == 0) {
+        memset(pMatrix, 0, sizeof(Kel32s) * kMatrixSize);
+        return;
+    }
+    if (kind == 1) {
+        // The halved L_mac sums are the plain sums.
         for (int d = 0; d < kSubframe; ++d) {
             Kel32s s = 0;
             const Kel16s* slots = kSlots.at[d];

@@ -125,6 +125,13 @@ void ownHighPassFilter_G729_16s(Kel16s* pSrcDst, int len, int sf, HighPassState*
 // ---------------------------------------------------------------------------
 // G.729 fixed-codebook search
 // ---------------------------------------------------------------------------
+// The scaling of h before its correlations (Cor_h, Cor_h_D): pScaled = 0
+// when the energy E (plain sum of squares) >> 15 is 0, h >> 1 when it
+// exceeds 32000, else h << ((norm(E) - 1) >> 1). Returns 0 for the zero
+// response, 1 when no doubled partial correlation of pScaled can saturate,
+// 2 when one may.
+int ownScaleImpulse_G729_16s(const Kel16s* pH, Kel16s* pScaled);
+
 // Correlation matrix of G.729 3.8.1 (Cor_h) in the 616-value layout of
 // kelsc.h; each entry is the halved saturating L_mac sum (entry >> 15 is
 // the reference's 16-bit value). Zero when the energy of pH >> 15 is 0.

@@ -52,6 +52,13 @@ const kelsc_test::CheckCase<Buffers> kCases[] = {
     CASE(kNull, kelsFixedCodebookSearch_G729A_16s(x.dn, nullptr, x.code, x.idx)),
     CASE(kNull, kelsFixedCodebookSearch_G729A_16s(x.dn, x.rr16, nullptr, x.idx)),
     CASE(kNull, kelsFixedCodebookSearch_G729A_16s(x.dn, x.rr16, x.code, nullptr)),
+
+    CASE(kNull, kelsFixedCodebookSearch_G729D_16s(nullptr, x.h, x.code, x.y, &x.sign, x.idx)),
+    CASE(kNull, kelsFixedCodebookSearch_G729D_16s(x.dn, nullptr, x.code, x.y, &x.sign, x.idx)),
+    CASE(kNull, kelsFixedCodebookSearch_G729D_16s(x.dn, x.h, nullptr, x.y, &x.sign, x.idx)),
+    CASE(kNull, kelsFixedCodebookSearch_G729D_16s(x.dn, x.h, x.code, nullptr, &x.sign, x.idx)),
+    CASE(kNull, kelsFixedCodebookSearch_G729D_16s(x.dn, x.h, x.code, x.y, nullptr, x.idx)),
+    CASE(kNull, kelsFixedCodebookSearch_G729D_16s(x.dn, x.h, x.code, x.y, &x.sign, nullptr)),
 };
 
 class FixedCodebookChecks : public ::testing::TestWithParam<kelsc_test::CheckCase<Buffers>> {};
