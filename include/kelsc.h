@@ -1301,11 +1301,14 @@ KELSC_API KelStatus kelsFixedCodebookSearch_G729D_16s(const Kel16s* pSrcFixedCor
    pDstIndex: out, [5] index words, in both modes: 35 bits as 7 + 7 + 7 +
               7 + 7 (one word per track: two positions and a sign), 44 bits
               as 13 + 10 + 7 + 7 + 7 (the first word adds the track of the
-              two extra pulses). */
+              two extra pulses).
+   When no starting pair improves on the initial score (only with
+   saturated energies) the annex leaves the positions undefined; this
+   search then places the pulses at positions 0..9 (35 bits) or 0..11. */
 KELSC_API KelStatus kelsFixedCodebookSearch_G729E_16s(Kel16s mode, const Kel16s* pSrcFixedTarget,
-                                                      const Kel16s* pSrcLtpResidual,
-                                                      const Kel16s* pSrcImpulseResponse, Kel16s* pDstFixedVector,
-                                                      Kel16s* pDstFltFixedVector, Kel16s* pDstIndex);
+                                                      const Kel16s* pSrcLtpResidual, const Kel16s* pSrcImpulseResponse,
+                                                      Kel16s* pDstFixedVector, Kel16s* pDstFltFixedVector,
+                                                      Kel16s* pDstIndex);
 
 /* ------------------------------------------------------------------------ */
 /* G.729 gain decoding and post-processing                                  */

@@ -59,6 +59,13 @@ const kelsc_test::CheckCase<Buffers> kCases[] = {
     CASE(kNull, kelsFixedCodebookSearch_G729D_16s(x.dn, x.h, x.code, nullptr, &x.sign, x.idx)),
     CASE(kNull, kelsFixedCodebookSearch_G729D_16s(x.dn, x.h, x.code, x.y, nullptr, x.idx)),
     CASE(kNull, kelsFixedCodebookSearch_G729D_16s(x.dn, x.h, x.code, x.y, &x.sign, nullptr)),
+
+    CASE(kNull, kelsFixedCodebookSearch_G729E_16s(0, nullptr, x.res, x.h, x.code, x.y, x.idx)),
+    CASE(kNull, kelsFixedCodebookSearch_G729E_16s(0, x.dn, nullptr, x.h, x.code, x.y, x.idx)),
+    CASE(kNull, kelsFixedCodebookSearch_G729E_16s(1, x.dn, x.res, nullptr, x.code, x.y, x.idx)),
+    CASE(kNull, kelsFixedCodebookSearch_G729E_16s(1, x.dn, x.res, x.h, nullptr, x.y, x.idx)),
+    CASE(kNull, kelsFixedCodebookSearch_G729E_16s(1, x.dn, x.res, x.h, x.code, nullptr, x.idx)),
+    CASE(kNull, kelsFixedCodebookSearch_G729E_16s(1, x.dn, x.res, x.h, x.code, x.y, nullptr)),
 };
 
 class FixedCodebookChecks : public ::testing::TestWithParam<kelsc_test::CheckCase<Buffers>> {};
