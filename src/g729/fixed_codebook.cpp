@@ -15,6 +15,10 @@
 // truncates (extract_l) the code does the same.
 #include <string.h>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "basop.h"
 #include "check.h"
 #include "g729/g729_internal.h"
@@ -157,11 +161,125 @@ static void fourPulseCode(const int* ip, const bool* negative, Kel16s* pCode, Ke
                                     ((2 * t3 + ip[3] % kTracks - 3) << 9));
 }
 
-// Exact sign of L_msu(L_mult(a, b), c, d): a b - c d (saturation keeps it).
-static inline bool better(int32_t a, int32_t b, int32_t c, int32_t d) { return int64_t{a} * b > int64_t{c} * d; }
+// Exact sign of L_msu(L_mult(a, b), c, d), that is of a b - c d
+// (saturation keeps it). All four are 16-bit values, so each product lies
+// within [-2^30, 2^30] and compares exactly in 32 bits.
+static inline bool better(int32_t a, int32_t b, int32_t c, int32_t d) { return a * b > c * d; }
+
+// Bit k set when candidate k (sq[k], alp[k]) beats the best (bestSq,
+// bestAlp): sq[k] bestAlp - bestSq alp[k] > 0. n is a multiple of 8; all
+// values are 16-bit and bestSq >= -32767, so the pair sum lies within
+// (-2^31, 2^31) and one multiply-add (SSE2 pmaddwd) computes it exactly.
+static inline uint32_t beatMask(const Kel16s* sq, const Kel16s* alp, int n, int32_t bestSq, int32_t bestAlp) {
+    uint32_t mask = 0;
+#if defined(__SSE2__)
+    const __m128i coef = _mm_set1_epi32(
+        static_cast<int32_t>((static_cast<uint32_t>(bestAlp) & 0xffff) | (static_cast<uint32_t>(-bestSq) << 16)));
+    const __m128i zero = _mm_setzero_si128();
+    for (int k = 0; k < n; k += 8) {
+        const __m128i q = _mm_loadu_si128(reinterpret_cast<const __m128i*>(sq + k));
+        const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(alp + k));
+        const __m128i lo = _mm_cmpgt_epi32(_mm_madd_epi16(_mm_unpacklo_epi16(q, a), coef), zero);
+        const __m128i hi = _mm_cmpgt_epi32(_mm_madd_epi16(_mm_unpackhi_epi16(q, a), coef), zero);
+        const uint32_t bits = static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(lo))) |
+                              static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(hi))) << 4;
+        mask |= bits << k;
+    }
+#else
+    for (int k = 0; k < n; ++k) mask |= static_cast<uint32_t>(better(sq[k], bestAlp, bestSq, alp[k])) << k;
+#endif
+    return mask;
+}
+
+// The reference's sequential candidate test over n candidates (sq[k],
+// alp[k]): each replaces the best (bestSq, bestAlp) when
+// sq[k] bestAlp > bestSq alp[k]. Candidates that do not beat the best at
+// entry cannot be the first to replace it, so the scan starts at the first
+// that does. Returns the last index that replaced the best, or -1.
+static inline int scanBest(const Kel16s* sq, const Kel16s* alp, int n, int32_t& bestSq, int32_t& bestAlp) {
+    const uint32_t mask = beatMask(sq, alp, n, bestSq, bestAlp);
+    if (mask == 0) return -1;
+    int at = -1;
+    for (int k = __builtin_ctz(mask); k < n; ++k) {
+        if (better(sq[k], bestAlp, bestSq, alp[k])) {
+            bestSq = sq[k];
+            bestAlp = alp[k];
+            at = k;
+        }
+    }
+    return at;
+}
 
 // Saturating sum of two values that are never negative.
 static inline int32_t addPos(int32_t a, int32_t b) { return a + b > kMax16 ? kMax16 : a + b; }
+
+// The sixteen fourth-pulse candidates of one triple: energies
+// alp = extract_l((alp2 + w[k] + 4 rr[i2][i3]) >> 5) (tracks 3, then 4)
+// and squared correlations sq = mult(ps3, ps3), ps3 = add(ps2, |Dn[i3]|).
+// |alp2 + w + 4 rr| is at most 2 x 16 x 2^15, so the shifted energy fits 16
+// bits and saturating packing is exact; ps2 and |Dn| are never negative, so
+// the saturating 16-bit sum is the reference's add.
+static inline void fourthPulseScores(int32_t alp2, int32_t ps2, const int32_t* w, const Kel16s* c23, const Kel16s* c24,
+                                     const Kel16s* d34, Kel16s* alp, Kel16s* sq) {
+#if defined(__SSE2__)
+    const __m128i base = _mm_set1_epi32(alp2);
+    const __m128i c3 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(c23));
+    const __m128i c4 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(c24));
+    const __m128i* wv = reinterpret_cast<const __m128i*>(w);
+    // Sign-extended rr x 4: the 16-bit value in the high half, shifted right by 14.
+    const __m128i e0 = _mm_srai_epi32(_mm_unpacklo_epi16(_mm_setzero_si128(), c3), 14);
+    const __m128i e1 = _mm_srai_epi32(_mm_unpackhi_epi16(_mm_setzero_si128(), c3), 14);
+    const __m128i e2 = _mm_srai_epi32(_mm_unpacklo_epi16(_mm_setzero_si128(), c4), 14);
+    const __m128i e3 = _mm_srai_epi32(_mm_unpackhi_epi16(_mm_setzero_si128(), c4), 14);
+    const __m128i a0 = _mm_srai_epi32(_mm_add_epi32(_mm_add_epi32(base, _mm_load_si128(wv)), e0), 5);
+    const __m128i a1 = _mm_srai_epi32(_mm_add_epi32(_mm_add_epi32(base, _mm_load_si128(wv + 1)), e1), 5);
+    const __m128i a2 = _mm_srai_epi32(_mm_add_epi32(_mm_add_epi32(base, _mm_load_si128(wv + 2)), e2), 5);
+    const __m128i a3 = _mm_srai_epi32(_mm_add_epi32(_mm_add_epi32(base, _mm_load_si128(wv + 3)), e3), 5);
+    _mm_store_si128(reinterpret_cast<__m128i*>(alp), _mm_packs_epi32(a0, a1));
+    _mm_store_si128(reinterpret_cast<__m128i*>(alp + 8), _mm_packs_epi32(a2, a3));
+    const __m128i p = _mm_set1_epi16(static_cast<Kel16s>(ps2));
+    for (int h = 0; h < 2; ++h) {
+        const __m128i ps3 = _mm_adds_epi16(p, _mm_load_si128(reinterpret_cast<const __m128i*>(d34 + 8 * h)));
+        // (ps3^2) >> 15 = 2 x high half + bit 15 of the low half.
+        const __m128i hi = _mm_mulhi_epi16(ps3, ps3), lo = _mm_mullo_epi16(ps3, ps3);
+        _mm_store_si128(reinterpret_cast<__m128i*>(sq + 8 * h),
+                        _mm_or_si128(_mm_slli_epi16(hi, 1), _mm_srli_epi16(lo, 15)));
+    }
+#else
+    for (int k = 0; k < kPositions; ++k) {
+        alp[k] = static_cast<Kel16s>((alp2 + w[k] + 4 * c23[k]) >> 5);
+        alp[kPositions + k] = static_cast<Kel16s>((alp2 + w[kPositions + k] + 4 * c24[k]) >> 5);
+    }
+    for (int k = 0; k < 2 * kPositions; ++k) {
+        const int32_t ps3 = addPos(ps2, d34[k]);
+        sq[k] = static_cast<Kel16s>((ps3 * ps3) >> 15);
+    }
+#endif
+}
+
+// Multiplies the nine cross blocks by their positions' signs, as mult(rr, f)
+// with f = factor[row negative][column negative] (never -32768 x -32768, so
+// only the -rr of -32768 saturates). Eight lanes per row, no branches.
+static void signCrossTerms(Kel16s* pRr, const bool* negative, const int32_t (&factor)[2][2]) {
+    for (int a = 0; a < 3; ++a) {
+        for (int b = a + 1; b < kTracks; ++b) {
+            int32_t f[2][kPositions];
+            for (int y = 0; y < kPositions; ++y) {
+                f[0][y] = factor[0][negative[kTracks * y + b]];
+                f[1][y] = factor[1][negative[kTracks * y + b]];
+            }
+            Kel16s* blk = pRr + cross(a, b);
+            for (int x = 0; x < kPositions; ++x) {
+                const int32_t* fx = f[negative[kTracks * x + a]];
+                Kel16s* r = blk + kPositions * x;
+                for (int y = 0; y < kPositions; ++y) {
+                    const int32_t v = (r[y] * fx[y]) >> 15;
+                    r[y] = static_cast<Kel16s>(v > kMax16 ? kMax16 : v);
+                }
+            }
+        }
+    }
+}
 
 // ---------------------------------------------------------------------------
 // G.729 search (D4i40_17)
@@ -188,21 +306,10 @@ void ownFixedCodebookSearch_G729_16s(const Kel16s* pDn, Kel16s* pRr, Kel16s* pCo
     const int32_t thres = add(mult(sub(top, mean), 13107), mean);
 
     // Cross terms times the product of the two signs: mult(rr, f) with
-    // f = mult(s_i, s_j), 32766 for two positive, 32767 for two negative
-    // and -32767 for mixed signs (never -32768, so no saturation).
-    for (int a = 0; a < 3; ++a) {
-        for (int b = a + 1; b < kTracks; ++b) {
-            Kel16s* blk = pRr + cross(a, b);
-            for (int x = 0; x < kPositions; ++x) {
-                const bool nx = negative[kTracks * x + a];
-                for (int y = 0; y < kPositions; ++y) {
-                    const bool ny = negative[kTracks * y + b];
-                    const int32_t f = nx != ny ? -32767 : (nx ? 32767 : 32766);
-                    blk[kPositions * x + y] = static_cast<Kel16s>((blk[kPositions * x + y] * f) >> 15);
-                }
-            }
-        }
-    }
+    // f = mult(s_i, s_j): 32766 for two positive, 32767 for two negative and
+    // -32767 for mixed signs.
+    static constexpr int32_t kFactor[2][2] = {{32766, -32767}, {-32767, 32767}};
+    signCrossTerms(pRr, negative, kFactor);
 
     int32_t budget = add(firstSubframe ? Kel16s{30} : *pBudget, 75);
     *pBudget = static_cast<Kel16s>(budget);
@@ -222,56 +329,54 @@ void ownFixedCodebookSearch_G729_16s(const Kel16s* pDn, Kel16s* pRr, Kel16s* pCo
     const Kel16s* r23 = pRr + cross(2, 3);
     const Kel16s* r24 = pRr + cross(2, 4);
 
-    // Fourth-pulse terms that depend on i0 and i1 only, made when first
-    // needed: 2 rr[i3][i3] + 4 (rr[i0][i3] + rr[i1][i3]) for both tracks.
-    int32_t w[2 * kPositions];
-    int32_t dn3[2 * kPositions];
+    // |Dn| of each track in contiguous lanes; the fourth pulse's tracks 3
+    // and 4 side by side.
+    int32_t d0[kPositions], d1[kPositions], d2[kPositions];
+    alignas(16) Kel16s d34[2 * kPositions];
     for (int k = 0; k < kPositions; ++k) {
-        dn3[k] = dn[kTracks * k + 3];
-        dn3[kPositions + k] = dn[kTracks * k + 4];
+        d0[k] = dn[kTracks * k];
+        d1[k] = dn[kTracks * k + 1];
+        d2[k] = dn[kTracks * k + 2];
+        d34[k] = dn[kTracks * k + 3];
+        d34[kPositions + k] = dn[kTracks * k + 4];
     }
 
+    // Fourth-pulse terms that depend on i0 and i1 only, made when first
+    // needed: 2 rr[i3][i3] + 4 (rr[i0][i3] + rr[i1][i3]) for both tracks.
+    alignas(16) int32_t w[2 * kPositions];
     int ip[4] = {0, 1, 2, 3};
     int32_t psc = 0, alpha = kMax16;
     bool stop = false;  // the budget ran out
     for (int m0 = 0; m0 < kPositions && !stop; ++m0) {
-        const int32_t ps0 = dn[kTracks * m0];
+        const int32_t ps0 = d0[m0];
         const int32_t alp0 = r00[m0];
         for (int m1 = 0; m1 < kPositions && !stop; ++m1) {
-            const int32_t ps1 = addPos(ps0, dn[kTracks * m1 + 1]);
-            const int32_t alp1 = 2 * (alp0 + r11[m1] + 2 * r01[kPositions * m0 + m1]);
-            bool wReady = false;
+            const int32_t ps1 = addPos(ps0, d1[m1]);
+            // The eight third pulses at once; most fail the threshold.
+            int32_t ps2v[kPositions];
+            int pass = 0;
             for (int m2 = 0; m2 < kPositions; ++m2) {
-                const int32_t ps2 = addPos(ps1, dn[kTracks * m2 + 2]);
-                if (ps2 <= thres) continue;
+                ps2v[m2] = addPos(ps1, d2[m2]);
+                pass |= (ps2v[m2] > thres) << m2;
+            }
+            if (pass == 0) continue;
+            const int32_t alp1 = 2 * (alp0 + r11[m1] + 2 * r01[kPositions * m0 + m1]);
+            for (int k = 0; k < kPositions; ++k) {
+                w[k] = 2 * r33[k] + 4 * (r03[kPositions * m0 + k] + r13[kPositions * m1 + k]);
+                w[kPositions + k] = 2 * r44[k] + 4 * (r04[kPositions * m0 + k] + r14[kPositions * m1 + k]);
+            }
+            for (int m2 = 0; m2 < kPositions; ++m2) {
+                if (!(pass >> m2 & 1)) continue;
+                const int32_t ps2 = ps2v[m2];
                 const int32_t alp2 = alp1 + 2 * r22[m2] + 4 * (r02[kPositions * m0 + m2] + r12[kPositions * m1 + m2]);
-                if (!wReady) {
-                    for (int k = 0; k < kPositions; ++k) {
-                        w[k] = 2 * r33[k] + 4 * (r03[kPositions * m0 + k] + r13[kPositions * m1 + k]);
-                        w[kPositions + k] = 2 * r44[k] + 4 * (r04[kPositions * m0 + k] + r14[kPositions * m1 + k]);
-                    }
-                    wReady = true;
-                }
-                const Kel16s* c23 = r23 + kPositions * m2;
-                const Kel16s* c24 = r24 + kPositions * m2;
-                int32_t alp[2 * kPositions], sq[2 * kPositions];
-                for (int k = 0; k < kPositions; ++k) {
-                    alp[k] = static_cast<Kel16s>((alp2 + w[k] + 4 * c23[k]) >> 5);
-                    alp[kPositions + k] = static_cast<Kel16s>((alp2 + w[kPositions + k] + 4 * c24[k]) >> 5);
-                }
-                for (int k = 0; k < 2 * kPositions; ++k) {
-                    const int32_t ps3 = addPos(ps2, dn3[k]);
-                    sq[k] = (ps3 * ps3) >> 15;
-                }
-                for (int k = 0; k < 2 * kPositions; ++k) {
-                    if (better(sq[k], alpha, psc, alp[k])) {
-                        psc = sq[k];
-                        alpha = alp[k];
-                        ip[0] = kTracks * m0;
-                        ip[1] = kTracks * m1 + 1;
-                        ip[2] = kTracks * m2 + 2;
-                        ip[3] = k < kPositions ? kTracks * k + 3 : kTracks * (k - kPositions) + 4;
-                    }
+                alignas(16) Kel16s alp[2 * kPositions], sq[2 * kPositions];
+                fourthPulseScores(alp2, ps2, w, r23 + kPositions * m2, r24 + kPositions * m2, d34, alp, sq);
+                const int k = scanBest(sq, alp, 2 * kPositions, psc, alpha);
+                if (k >= 0) {
+                    ip[0] = kTracks * m0;
+                    ip[1] = kTracks * m1 + 1;
+                    ip[2] = kTracks * m2 + 2;
+                    ip[3] = k < kPositions ? kTracks * k + 3 : kTracks * (k - kPositions) + 4;
                 }
                 if (--budget <= 0) {
                     stop = true;
@@ -315,20 +420,10 @@ void ownFixedCodebookSearch_G729A_16s(const Kel16s* pDn, Kel16s* pRr, Kel16s* pC
     pulseSigns(pDn, dn, negative);
 
     // Cross terms: mult(rr, s_j) for a positive s_i, mult(rr, -s_j) for a
-    // negative one, s = 32767 or -32768: 32767 when the signs agree
-    // ((rr 32767) >> 15), -32768 when they differ (-rr, saturated).
-    for (int a = 0; a < 3; ++a) {
-        for (int b = a + 1; b < kTracks; ++b) {
-            Kel16s* blk = pRr + cross(a, b);
-            for (int x = 0; x < kPositions; ++x) {
-                const bool nx = negative[kTracks * x + a];
-                for (int y = 0; y < kPositions; ++y) {
-                    Kel16s& r = blk[kPositions * x + y];
-                    r = nx == negative[kTracks * y + b] ? static_cast<Kel16s>((r * 32767) >> 15) : negate(r);
-                }
-            }
-        }
-    }
+    // negative one, s = 32767 or -32768: 32767 when the signs agree, -32768
+    // (-rr, saturated) when they differ.
+    static constexpr int32_t kFactor[2][2] = {{32767, -32768}, {-32768, 32767}};
+    signCrossTerms(pRr, negative, kFactor);
 
     const Kel16s* r00 = pRr + diag(0);
     const Kel16s* r11 = pRr + diag(1);
