@@ -263,19 +263,31 @@ static inline void fourthPulseScores(int32_t alp2, int32_t ps2, const int32_t* w
 static void signCrossTerms(Kel16s* pRr, const bool* negative, const int32_t (&factor)[2][2]) {
     for (int a = 0; a < 3; ++a) {
         for (int b = a + 1; b < kTracks; ++b) {
-            int32_t f[2][kPositions];
+            alignas(16) Kel16s f[2][kPositions];
             for (int y = 0; y < kPositions; ++y) {
-                f[0][y] = factor[0][negative[kTracks * y + b]];
-                f[1][y] = factor[1][negative[kTracks * y + b]];
+                f[0][y] = static_cast<Kel16s>(factor[0][negative[kTracks * y + b]]);
+                f[1][y] = static_cast<Kel16s>(factor[1][negative[kTracks * y + b]]);
             }
             Kel16s* blk = pRr + cross(a, b);
             for (int x = 0; x < kPositions; ++x) {
-                const int32_t* fx = f[negative[kTracks * x + a]];
+                const Kel16s* fx = f[negative[kTracks * x + a]];
                 Kel16s* r = blk + kPositions * x;
+#if defined(__SSE2__)
+                // (r f) >> 15 = 2 x high half + bit 15 of the low half; only
+                // -32768 x -32768 gives a high half of 16384, whose 32768
+                // saturates to 32767.
+                const __m128i rv = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r));
+                const __m128i fv = _mm_load_si128(reinterpret_cast<const __m128i*>(fx));
+                const __m128i hi = _mm_mulhi_epi16(rv, fv), lo = _mm_mullo_epi16(rv, fv);
+                const __m128i v = _mm_or_si128(_mm_slli_epi16(hi, 1), _mm_srli_epi16(lo, 15));
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(r),
+                                 _mm_add_epi16(v, _mm_cmpeq_epi16(hi, _mm_set1_epi16(16384))));
+#else
                 for (int y = 0; y < kPositions; ++y) {
                     const int32_t v = (r[y] * fx[y]) >> 15;
                     r[y] = static_cast<Kel16s>(v > kMax16 ? kMax16 : v);
                 }
+#endif
             }
         }
     }
@@ -414,6 +426,37 @@ static int trackMax(const Kel16s* dn, int track, int skip, int previous) {
 // [-2^31, 2^31 - 77824]. round() of these never saturates either.
 static inline int32_t roundHi(int32_t x) { return (x + 0x8000) >> 16; }
 
+// Eight annex A candidates: sq[k] = mult(ps, ps) with ps = add(ps1, d[k]),
+// and a16[k] = round(base + (c1[k] << s1) + (c2[k] << s2)) (the L_mac terms
+// with 1/2, 1/4, 1/8 or 1/16 in Q15; within 32 bits, see roundHi).
+template <int s1, int s2>
+static inline void scoreEight(int32_t base, int32_t ps1, const Kel16s* d, const Kel16s* c1, const Kel16s* c2,
+                              Kel16s* sq, Kel16s* a16) {
+#if defined(__SSE2__)
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i ps =
+        _mm_adds_epi16(_mm_set1_epi16(static_cast<Kel16s>(ps1)), _mm_loadu_si128(reinterpret_cast<const __m128i*>(d)));
+    const __m128i hi = _mm_mulhi_epi16(ps, ps), lo = _mm_mullo_epi16(ps, ps);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(sq), _mm_or_si128(_mm_slli_epi16(hi, 1), _mm_srli_epi16(lo, 15)));
+    const __m128i x1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(c1));
+    const __m128i x2 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(c2));
+    // c << s, sign-extended: the value in the high half shifted right by 16 - s.
+    const __m128i b = _mm_set1_epi32(base + 0x8000);
+    const __m128i lo32 = _mm_add_epi32(_mm_add_epi32(b, _mm_srai_epi32(_mm_unpacklo_epi16(zero, x1), 16 - s1)),
+                                       _mm_srai_epi32(_mm_unpacklo_epi16(zero, x2), 16 - s2));
+    const __m128i hi32 = _mm_add_epi32(_mm_add_epi32(b, _mm_srai_epi32(_mm_unpackhi_epi16(zero, x1), 16 - s1)),
+                                       _mm_srai_epi32(_mm_unpackhi_epi16(zero, x2), 16 - s2));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(a16),
+                     _mm_packs_epi32(_mm_srai_epi32(lo32, 16), _mm_srai_epi32(hi32, 16)));
+#else
+    for (int k = 0; k < kPositions; ++k) {
+        const int32_t ps = addPos(ps1, d[k]);
+        sq[k] = static_cast<Kel16s>((ps * ps) >> 15);
+        a16[k] = static_cast<Kel16s>(roundHi(base + c1[k] * (1 << s1) + c2[k] * (1 << s2)));
+    }
+#endif
+}
+
 void ownFixedCodebookSearch_G729A_16s(const Kel16s* pDn, Kel16s* pRr, Kel16s* pCode, Kel16s* pIndex) {
     Kel16s dn[kSubframe];
     bool negative[kSubframe];
@@ -431,11 +474,15 @@ void ownFixedCodebookSearch_G729A_16s(const Kel16s* pDn, Kel16s* pRr, Kel16s* pC
     const Kel16s* r01 = pRr + cross(0, 1);
     const Kel16s* r02 = pRr + cross(0, 2);
     const Kel16s* r12 = pRr + cross(1, 2);
+    alignas(16) Kel16s d[kTracks][kPositions];  // |Dn| per track
+    for (int t = 0; t < kTracks; ++t)
+        for (int k = 0; k < kPositions; ++k) d[t][k] = dn[kTracks * k + t];
 
     int32_t psk = -1, alpk = 1;
     int ip[4] = {0, 1, 2, 3};
     int ix = 0, iy = 0, i0 = 0;
     int32_t ps = 0;
+    alignas(16) Kel16s sq2[kPositions], a16[kPositions], col[kPositions], tmp[kPositions];
     for (int track = 3; track < kTracks; ++track) {
         const Kel16s* rtt = pRr + diag(track);
         const Kel16s* r0t = pRr + cross(0, track);
@@ -450,20 +497,12 @@ void ownFixedCodebookSearch_G729A_16s(const Kel16s* pDn, Kel16s* pRr, Kel16s* pC
             i0 = trackMax(dn, 2, prev, i0);
             prev = i0;
             const int j = i0 / kTracks;
-            const int32_t ps1 = dn[i0];
-            const int32_t alp1 = r22[j] * 16384;
-            for (int k = 0; k < kPositions; ++k) {
-                const int32_t ps2 = addPos(ps1, dn[kTracks * k + track]);
-                const int32_t alp2 = alp1 + r2t[kPositions * j + k] * 32768 + rtt[k] * 16384;
-                const int32_t sq2 = (ps2 * ps2) >> 15;
-                const int32_t a16 = roundHi(alp2);
-                if (better(alp, sq2, sq, a16)) {
-                    sq = sq2;
-                    ps = ps2;
-                    alp = a16;
-                    ix = i0;
-                    iy = kTracks * k + track;
-                }
+            scoreEight<15, 14>(r22[j] * 16384, dn[i0], d[track], r2t + kPositions * j, rtt, sq2, a16);
+            const int k = scanBest(sq2, a16, kPositions, sq, alp);
+            if (k >= 0) {
+                ps = addPos(dn[i0], d[track][k]);
+                ix = i0;
+                iy = kTracks * k + track;
             }
         }
         int p2 = ix, p3 = iy;
@@ -472,26 +511,19 @@ void ownFixedCodebookSearch_G729A_16s(const Kel16s* pDn, Kel16s* pRr, Kel16s* pC
         int32_t ps0 = ps, alp0 = alp * 16384;
         sq = -1;
         alp = 1;
-        int32_t tmp[kPositions];
         for (int k = 0; k < kPositions; ++k) {
             tmp[k] = roundHi(r12[kPositions * k + p2 / kTracks] * 16384 + r1t[kPositions * k + p3 / kTracks] * 16384 +
                              r11[k] * 8192);
         }
         for (int m = 0; m < kPositions; ++m) {
-            const int32_t ps1 = addPos(ps0, dn[kTracks * m]);
+            const int32_t ps1 = addPos(ps0, d[0][m]);
             const int32_t alp1 = alp0 + r02[kPositions * m + p2 / kTracks] * 8192 +
                                  r0t[kPositions * m + p3 / kTracks] * 8192 + r00[m] * 4096;
-            for (int k = 0; k < kPositions; ++k) {
-                const int32_t ps2 = addPos(ps1, dn[kTracks * k + 1]);
-                const int32_t alp2 = alp1 + r01[kPositions * m + k] * 8192 + tmp[k] * 32768;
-                const int32_t sq2 = (ps2 * ps2) >> 15;
-                const int32_t a16 = roundHi(alp2);
-                if (better(alp, sq2, sq, a16)) {
-                    sq = sq2;
-                    alp = a16;
-                    ix = kTracks * m;
-                    iy = kTracks * k + 1;
-                }
+            scoreEight<13, 15>(alp1, ps1, d[1], r01 + kPositions * m, tmp, sq2, a16);
+            const int k = scanBest(sq2, a16, kPositions, sq, alp);
+            if (k >= 0) {
+                ix = kTracks * m;
+                iy = kTracks * k + 1;
             }
         }
         if (better(alpk, sq, psk, alp)) {
@@ -512,20 +544,13 @@ void ownFixedCodebookSearch_G729A_16s(const Kel16s* pDn, Kel16s* pRr, Kel16s* pC
             i0 = trackMax(dn, track, prev, i0);
             prev = i0;
             const int j = i0 / kTracks;
-            const int32_t ps1 = dn[i0];
-            const int32_t alp1 = rtt[j] * 16384;
-            for (int m = 0; m < kPositions; ++m) {
-                const int32_t ps2 = addPos(ps1, dn[kTracks * m]);
-                const int32_t alp2 = alp1 + r0t[kPositions * m + j] * 32768 + r00[m] * 16384;
-                const int32_t sq2 = (ps2 * ps2) >> 15;
-                const int32_t a16 = roundHi(alp2);
-                if (better(alp, sq2, sq, a16)) {
-                    sq = sq2;
-                    ps = ps2;
-                    alp = a16;
-                    ix = i0;
-                    iy = kTracks * m;
-                }
+            for (int m = 0; m < kPositions; ++m) col[m] = r0t[kPositions * m + j];
+            scoreEight<15, 14>(rtt[j] * 16384, dn[i0], d[0], col, r00, sq2, a16);
+            const int m = scanBest(sq2, a16, kPositions, sq, alp);
+            if (m >= 0) {
+                ps = addPos(dn[i0], d[0][m]);
+                ix = i0;
+                iy = kTracks * m;
             }
         }
         p3 = ix;
@@ -541,20 +566,14 @@ void ownFixedCodebookSearch_G729A_16s(const Kel16s* pDn, Kel16s* pRr, Kel16s* pC
                              r22[k] * 8192);
         }
         for (int m = 0; m < kPositions; ++m) {
-            const int32_t ps1 = addPos(ps0, dn[kTracks * m + 1]);
+            const int32_t ps1 = addPos(ps0, d[1][m]);
             const int32_t alp1 = alp0 + r1t[kPositions * m + p3 / kTracks] * 8192 +
                                  r01[kPositions * (p0 / kTracks) + m] * 8192 + r11[m] * 4096;
-            for (int k = 0; k < kPositions; ++k) {
-                const int32_t ps2 = addPos(ps1, dn[kTracks * k + 2]);
-                const int32_t alp2 = alp1 + r12[kPositions * m + k] * 8192 + tmp[k] * 32768;
-                const int32_t sq2 = (ps2 * ps2) >> 15;
-                const int32_t a16 = roundHi(alp2);
-                if (better(alp, sq2, sq, a16)) {
-                    sq = sq2;
-                    alp = a16;
-                    ix = kTracks * m + 1;
-                    iy = kTracks * k + 2;
-                }
+            scoreEight<13, 15>(alp1, ps1, d[2], r12 + kPositions * m, tmp, sq2, a16);
+            const int k = scanBest(sq2, a16, kPositions, sq, alp);
+            if (k >= 0) {
+                ix = kTracks * m + 1;
+                iy = kTracks * k + 2;
             }
         }
         if (better(alpk, sq, psk, alp)) {
