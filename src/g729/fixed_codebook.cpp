@@ -15,12 +15,9 @@
 // truncates (extract_l) the code does the same.
 #include <string.h>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 #include "basop.h"
 #include "check.h"
+#include "g729/fixed_codebook_kernels.h"
 #include "g729/g729_internal.h"
 
 using kel::Args;
@@ -29,6 +26,7 @@ namespace {
 
 using namespace kel;
 using namespace kel::g729;
+using namespace kel::fcb;
 
 // ---------------------------------------------------------------------------
 // Matrix layout
@@ -161,58 +159,6 @@ static void fourPulseCode(const int* ip, const bool* negative, Kel16s* pCode, Ke
                                     ((2 * t3 + ip[3] % kTracks - 3) << 9));
 }
 
-// Exact sign of L_msu(L_mult(a, b), c, d), that is of a b - c d
-// (saturation keeps it). All four are 16-bit values, so each product lies
-// within [-2^30, 2^30] and compares exactly in 32 bits.
-static inline bool better(int32_t a, int32_t b, int32_t c, int32_t d) { return a * b > c * d; }
-
-// Bit k set when candidate k (sq[k], alp[k]) beats the best (bestSq,
-// bestAlp): sq[k] bestAlp - bestSq alp[k] > 0. n is a multiple of 8; all
-// values are 16-bit and bestSq >= -32767, so the pair sum lies within
-// (-2^31, 2^31) and one multiply-add (SSE2 pmaddwd) computes it exactly.
-static inline uint32_t beatMask(const Kel16s* sq, const Kel16s* alp, int n, int32_t bestSq, int32_t bestAlp) {
-    uint32_t mask = 0;
-#if defined(__SSE2__)
-    const __m128i coef = _mm_set1_epi32(
-        static_cast<int32_t>((static_cast<uint32_t>(bestAlp) & 0xffff) | (static_cast<uint32_t>(-bestSq) << 16)));
-    const __m128i zero = _mm_setzero_si128();
-    for (int k = 0; k < n; k += 8) {
-        const __m128i q = _mm_loadu_si128(reinterpret_cast<const __m128i*>(sq + k));
-        const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(alp + k));
-        const __m128i lo = _mm_cmpgt_epi32(_mm_madd_epi16(_mm_unpacklo_epi16(q, a), coef), zero);
-        const __m128i hi = _mm_cmpgt_epi32(_mm_madd_epi16(_mm_unpackhi_epi16(q, a), coef), zero);
-        const uint32_t bits = static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(lo))) |
-                              static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(hi))) << 4;
-        mask |= bits << k;
-    }
-#else
-    for (int k = 0; k < n; ++k) mask |= static_cast<uint32_t>(better(sq[k], bestAlp, bestSq, alp[k])) << k;
-#endif
-    return mask;
-}
-
-// The reference's sequential candidate test over n candidates (sq[k],
-// alp[k]): each replaces the best (bestSq, bestAlp) when
-// sq[k] bestAlp > bestSq alp[k]. Candidates that do not beat the best at
-// entry cannot be the first to replace it, so the scan starts at the first
-// that does. Returns the last index that replaced the best, or -1.
-static inline int scanBest(const Kel16s* sq, const Kel16s* alp, int n, int32_t& bestSq, int32_t& bestAlp) {
-    const uint32_t mask = beatMask(sq, alp, n, bestSq, bestAlp);
-    if (mask == 0) return -1;
-    int at = -1;
-    for (int k = __builtin_ctz(mask); k < n; ++k) {
-        if (better(sq[k], bestAlp, bestSq, alp[k])) {
-            bestSq = sq[k];
-            bestAlp = alp[k];
-            at = k;
-        }
-    }
-    return at;
-}
-
-// Saturating sum of two values that are never negative.
-static inline int32_t addPos(int32_t a, int32_t b) { return a + b > kMax16 ? kMax16 : a + b; }
-
 // The sixteen fourth-pulse candidates of one triple: energies
 // alp = extract_l((alp2 + w[k] + 4 rr[i2][i3]) >> 5) (tracks 3, then 4)
 // and squared correlations sq = mult(ps3, ps3), ps3 = add(ps2, |Dn[i3]|).
@@ -257,40 +203,10 @@ static inline void fourthPulseScores(int32_t alp2, int32_t ps2, const int32_t* w
 #endif
 }
 
-// Multiplies the nine cross blocks by their positions' signs, as mult(rr, f)
-// with f = factor[row negative][column negative] (never -32768 x -32768, so
-// only the -rr of -32768 saturates). Eight lanes per row, no branches.
+// Multiplies the nine cross blocks by their positions' signs (signBlock).
 static void signCrossTerms(Kel16s* pRr, const bool* negative, const int32_t (&factor)[2][2]) {
-    for (int a = 0; a < 3; ++a) {
-        for (int b = a + 1; b < kTracks; ++b) {
-            alignas(16) Kel16s f[2][kPositions];
-            for (int y = 0; y < kPositions; ++y) {
-                f[0][y] = static_cast<Kel16s>(factor[0][negative[kTracks * y + b]]);
-                f[1][y] = static_cast<Kel16s>(factor[1][negative[kTracks * y + b]]);
-            }
-            Kel16s* blk = pRr + cross(a, b);
-            for (int x = 0; x < kPositions; ++x) {
-                const Kel16s* fx = f[negative[kTracks * x + a]];
-                Kel16s* r = blk + kPositions * x;
-#if defined(__SSE2__)
-                // (r f) >> 15 = 2 x high half + bit 15 of the low half; only
-                // -32768 x -32768 gives a high half of 16384, whose 32768
-                // saturates to 32767.
-                const __m128i rv = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r));
-                const __m128i fv = _mm_load_si128(reinterpret_cast<const __m128i*>(fx));
-                const __m128i hi = _mm_mulhi_epi16(rv, fv), lo = _mm_mullo_epi16(rv, fv);
-                const __m128i v = _mm_or_si128(_mm_slli_epi16(hi, 1), _mm_srli_epi16(lo, 15));
-                _mm_storeu_si128(reinterpret_cast<__m128i*>(r),
-                                 _mm_add_epi16(v, _mm_cmpeq_epi16(hi, _mm_set1_epi16(16384))));
-#else
-                for (int y = 0; y < kPositions; ++y) {
-                    const int32_t v = (r[y] * fx[y]) >> 15;
-                    r[y] = static_cast<Kel16s>(v > kMax16 ? kMax16 : v);
-                }
-#endif
-            }
-        }
-    }
+    for (int a = 0; a < 3; ++a)
+        for (int b = a + 1; b < kTracks; ++b) fcb::signBlock(pRr + cross(a, b), negative, a, b, factor);
 }
 
 // ---------------------------------------------------------------------------

@@ -14,6 +14,7 @@
 
 #include "basop.h"
 #include "check.h"
+#include "g729/fixed_codebook_kernels.h"
 #include "g729/g729_internal.h"
 
 namespace {
@@ -44,24 +45,32 @@ int tableIndex(const Kel16s* table, int n, int pos) {
 namespace kel {
 
 Kel16s ownFixedCodebookSearch_G729D_16s(const Kel16s* pDn, const Kel16s* pH, Kel16s* pCode, Kel16s* pY, Kel16s* pSign) {
-    // 16-bit correlations rr[p][q] (p <= q) of the scaled response: the
-    // running sums along each diagonal from the end of the sub-frame, as
-    // kelsToeplizMatrix_G729_16s has them.
+    // 16-bit correlations of the scaled response, as kelsToeplizMatrix_G729_16s
+    // has them: c[n][d] is the running sum of h[k] h[k + d] over k = 0..n,
+    // the correlation of positions 39 - n - d and 39 - n. All diagonals
+    // advance together, one step n at a time.
     Kel16s h[kSubframe];
     const int kind = ownScaleImpulse_G729_16s(pH, h);
-    alignas(32) Kel16s rr[kSubframe][kSubframe];
-    for (int d = 0; d < kSubframe; ++d) {
-        Kel32s s = 0;
-        for (int n = 0; n + d < kSubframe; ++n) {
-            if (kind == 2) {
-                s = L_mac(s, h[n], h[n + d]);
-                rr[39 - n - d][39 - n] = extract_h(s);
-            } else {
-                s += int32_t{h[n]} * h[n + d];
-                rr[39 - n - d][39 - n] = static_cast<Kel16s>(s >> 15);
+    alignas(16) Kel16s c[kSubframe][kSubframe];
+    if (kind == 2) {
+        Kel32s s[kSubframe] = {};
+        for (int n = 0; n < kSubframe; ++n)
+            for (int d = 0; d + n < kSubframe; ++d) {
+                s[d] = L_mac(s[d], h[n], h[n + d]);
+                c[n][d] = extract_h(s[d]);
+            }
+    } else {
+        int32_t s[kSubframe] = {};
+        for (int n = 0; n < kSubframe; ++n) {
+            const int32_t hn = h[n];
+            for (int d = 0; d + n < kSubframe; ++d) {
+                s[d] += hn * h[n + d];
+                c[n][d] = static_cast<Kel16s>(s[d] >> 15);
             }
         }
     }
+    // rr[p][q] for any p, q.
+    const auto rr = [&c](int p, int q) { return p <= q ? c[39 - q][q - p] : c[39 - p][p - q]; };
 
     Kel16s dn[kSubframe];
     bool negative[kSubframe];
@@ -69,30 +78,40 @@ Kel16s ownFixedCodebookSearch_G729D_16s(const Kel16s* pDn, const Kel16s* pH, Kel
         negative[i] = pDn[i] < 0;
         dn[i] = negative[i] ? negate(pDn[i]) : pDn[i];
     }
+    alignas(16) Kel16s dT[kTracks][kPositions], diagT[kTracks][kPositions];
+    for (int t = 0; t < kTracks; ++t)
+        for (int k = 0; k < kPositions; ++k) {
+            dT[t][k] = dn[kTracks * k + t];
+            diagT[t][k] = rr(kTracks * k + t, kTracks * k + t);
+        }
 
+    // Cross terms times mult(sign_i0, sign_i1): 32766, 32767 or -32767 (the
+    // same-track block's diagonal included).
+    static constexpr int32_t kFactor[2][2] = {{32766, -32767}, {-32767, 32767}};
     int ip0 = 1, ip1 = 0;  // first and second pulse
     int32_t psc = 0, alpha = kMax16;
     for (const Pair& pr : kPairs) {
+        alignas(16) Kel16s blk[kBlockSize];
+        for (int x = 0; x < kPositions; ++x)
+            for (int y = 0; y < kPositions; ++y)
+                blk[kPositions * x + y] = rr(kTracks * x + pr.outer, kTracks * y + pr.inner);
+        fcb::signBlock(blk, negative, pr.outer, pr.inner, kFactor);
         for (int x = 0; x < kPositions; ++x) {
-            const int i0 = kTracks * x + pr.outer;
-            const int32_t ps0 = dn[i0];
-            const int32_t alp0 = rr[i0][i0];
+            const int32_t ps0 = dT[pr.outer][x];
+            const int32_t alp0 = diagT[pr.outer][x];
+            // Energies (alp0 + rr[i1][i1] + 2 rr[i0][i1]) >> 4 (within 16 bits)
+            // and squared correlations mult(ps, ps), ps = add(ps0, |Dn[i1]|).
+            alignas(16) Kel16s alp[kPositions], sq[kPositions];
             for (int y = 0; y < kPositions; ++y) {
-                const int i1 = kTracks * y + pr.inner;
-                const int lo = i0 < i1 ? i0 : i1, hi = i0 < i1 ? i1 : i0;
-                // The cross term times mult(sign_i0, sign_i1): 32766, 32767 or
-                // -32767 (the same-track block's diagonal included).
-                const int32_t f = negative[i0] != negative[i1] ? -32767 : (negative[i0] ? 32767 : 32766);
-                const int32_t cross = (rr[lo][hi] * f) >> 15;
-                const int32_t ps1 = ps0 + dn[i1] > kMax16 ? kMax16 : ps0 + dn[i1];
-                const int32_t alp = static_cast<Kel16s>((alp0 + rr[i1][i1] + 2 * cross) >> 4);
-                const int32_t sq = (ps1 * ps1) >> 15;
-                if (int64_t{sq} * alpha > int64_t{psc} * alp) {
-                    psc = sq;
-                    alpha = alp;
-                    ip0 = pr.outerFirst ? i0 : i1;
-                    ip1 = pr.outerFirst ? i1 : i0;
-                }
+                alp[y] = static_cast<Kel16s>((alp0 + diagT[pr.inner][y] + 2 * blk[kPositions * x + y]) >> 4);
+                const int32_t ps1 = fcb::addPos(ps0, dT[pr.inner][y]);
+                sq[y] = static_cast<Kel16s>((ps1 * ps1) >> 15);
+            }
+            const int y = fcb::scanBest(sq, alp, kPositions, psc, alpha);
+            if (y >= 0) {
+                const int i0 = kTracks * x + pr.outer, i1 = kTracks * y + pr.inner;
+                ip0 = pr.outerFirst ? i0 : i1;
+                ip1 = pr.outerFirst ? i1 : i0;
             }
         }
     }
