@@ -16,6 +16,7 @@
 
 #include "basop.h"
 #include "check.h"
+#include "g729/fixed_codebook_kernels.h"
 #include "g729/g729_internal.h"
 
 namespace {
@@ -62,8 +63,12 @@ struct SearchState {
     bool negative[kSubframe];
     int posMax[kTracks];
     Kel32s corr[kTracks];
-    Kel16s h[kSubframe];  // normalised h
-    Kel16s hNeg[kSubframe];
+    // Normalised h and -h, each after 40 zeros: the response of a pulse at
+    // position p is hPad + 40 - p.
+    alignas(16) Kel16s hPad[2 * kSubframe];
+    alignas(16) Kel16s hNegPad[2 * kSubframe];
+    Kel16s* h = hPad + kSubframe;
+    Kel16s* hNeg = hNegPad + kSubframe;
     int64_t hEnergy;  // of the normalised h
     Kel16s rrixix[kTracks][kPositions];
     Kel16s rrixiy[kTracks][kPairBlock];  // (t, t + 1 mod 5), 8 x (track t) + (track t + 1)
@@ -125,6 +130,8 @@ void chooseSigns(const Kel16s* pCn, SearchState& st) {
 // cor_h_e: h normalised (shift, then the factor 1 / sqrt(E / 2^12)), the
 // track energies and the adjacent-track correlations, signs applied.
 void impulseCorrelations(const Kel16s* pH, SearchState& st) {
+    memset(st.hPad, 0, sizeof(st.hPad));
+    memset(st.hNegPad, 0, sizeof(st.hNegPad));
     Kel32s cor = 0;
     for (int i = 0; i < kSubframe; ++i) cor = L_mac(cor, pH[i], pH[i]);
     Kel16s k = shr(norm_l(cor), 1);
@@ -194,26 +201,39 @@ void searchPair(const SearchState& st, int tx, const Kel16s* corX, const Kel16s*
                 int* iy) {
     const int ty = (tx + 1) % kTracks;
     const Kel16s* rxy = st.rrixiy[tx];
+    alignas(16) Kel16s dy[kPositions];
+    for (int n = 0; n < kPositions; ++n) dy[n] = st.dn[kTracks * n + ty];
     int32_t sqk = -1, alpk = 1;
     for (int m = 0; m < kPositions; ++m) {
         const int x = kTracks * m + tx;
         const Kel16s ps1 = add(*ps, st.dn[x]);
         const Kel16s alp1 = add(*alp, corX[m]);
-        int pos = -1;
+        // The eight second pulses: alp2 = add(alp1, add(corY, rr)),
+        // sq = mult(ps2, ps2) with ps2 = add(ps1, dn).
+        alignas(16) Kel16s alp2[kPositions], sq[kPositions];
+#if defined(__SSE2__)
+        const __m128i a =
+            _mm_adds_epi16(_mm_set1_epi16(alp1),
+                           _mm_adds_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(corY)),
+                                          _mm_loadu_si128(reinterpret_cast<const __m128i*>(rxy + kPositions * m))));
+        _mm_store_si128(reinterpret_cast<__m128i*>(alp2), a);
+        const __m128i p2 = _mm_adds_epi16(_mm_set1_epi16(ps1), _mm_load_si128(reinterpret_cast<const __m128i*>(dy)));
+        const __m128i hi = _mm_mulhi_epi16(p2, p2), lo = _mm_mullo_epi16(p2, p2);
+        // dn may be negative here (its sign follows dn and the residual
+        // together): mult(-32768, -32768) saturates to 32767.
+        const __m128i v = _mm_or_si128(_mm_slli_epi16(hi, 1), _mm_srli_epi16(lo, 15));
+        _mm_store_si128(reinterpret_cast<__m128i*>(sq), _mm_add_epi16(v, _mm_cmpeq_epi16(hi, _mm_set1_epi16(16384))));
+#else
         for (int n = 0; n < kPositions; ++n) {
-            const int y = kTracks * n + ty;
-            const Kel16s ps2 = add(ps1, st.dn[y]);
-            const Kel16s alp2 = add(alp1, add(corY[n], rxy[kPositions * m + n]));
-            const int32_t sq = mult(ps2, ps2);
-            if (int64_t{alpk} * sq > int64_t{sqk} * alp2) {
-                sqk = sq;
-                alpk = alp2;
-                pos = y;
-            }
+            alp2[n] = add(alp1, add(corY[n], rxy[kPositions * m + n]));
+            const Kel16s ps2 = add(ps1, dy[n]);
+            sq[n] = mult(ps2, ps2);
         }
-        if (pos >= 0) {
+#endif
+        const int n = fcb::scanBest(sq, alp2, kPositions, sqk, alpk);
+        if (n >= 0) {
             *ix = x;
-            *iy = pos;
+            *iy = kTracks * n + ty;
         }
     }
     *ps = add(*ps, add(st.dn[*ix], st.dn[*iy]));
@@ -256,14 +276,20 @@ void depthFirst(SearchState& st, int stages, int* codvec) {
         int ip[12];
         ip[0] = ix;
         ip[1] = iy;
-        Kel16s vec[kSubframe] = {};
+        alignas(16) Kel16s vec[kSubframe] = {};
         for (int j = 2; j < pulses; j += 2) {
-            const Kel16s* px = st.negative[ix] ? st.hNeg : st.h;
-            const Kel16s* py = st.negative[iy] ? st.hNeg : st.h;
-            for (int i = 0; i < kSubframe; ++i) {
-                const Kel16s a = i >= ix ? px[i - ix] : 0, b = i >= iy ? py[i - iy] : 0;
-                vec[i] = add(vec[i], add(a, b));
+            const Kel16s* px = (st.negative[ix] ? st.hNeg : st.h) - ix;
+            const Kel16s* py = (st.negative[iy] ? st.hNeg : st.h) - iy;
+#if defined(__SSE2__)
+            for (int i = 0; i < kSubframe; i += 8) {
+                const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(px + i));
+                const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(py + i));
+                __m128i* v = reinterpret_cast<__m128i*>(vec + i);
+                _mm_store_si128(v, _mm_adds_epi16(_mm_load_si128(v), _mm_adds_epi16(a, b)));
             }
+#else
+            for (int i = 0; i < kSubframe; ++i) vec[i] = add(vec[i], add(px[i], py[i]));
+#endif
             const bool fits = productsFit(st.hEnergy, energy(vec), 0);
             Kel16s corX[kPositions], corY[kPositions];
             const int tx = (start + j) % kTracks;
