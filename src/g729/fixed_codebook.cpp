@@ -153,10 +153,12 @@ static void fourPulseCode(const int* ip, const bool* negative, Kel16s* pCode, Ke
         pCode[ip[k]] = negative[ip[k]] ? -8192 : 8191;  // shr(+-1 in Q15, 2)
         if (!negative[ip[k]]) signs += 1 << k;
     }
+    // Pulse 3 as 2 (i3 / 5) + j; negative only when annex A, as its
+    // reference, keeps a stale position off tracks 3 and 4.
     const int t3 = ip[3] / kTracks;
     pIndex[0] = static_cast<Kel16s>(signs);
     pIndex[1] = static_cast<Kel16s>(ip[0] / kTracks + ((ip[1] / kTracks) << 3) + ((ip[2] / kTracks) << 6) +
-                                    ((2 * t3 + ip[3] % kTracks - 3) << 9));
+                                    (2 * t3 + ip[3] % kTracks - 3) * 512);
 }
 
 // The sixteen fourth-pulse candidates of one triple: energies

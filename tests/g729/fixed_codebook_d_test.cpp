@@ -3,8 +3,11 @@
 // tests/vectors/g729/fixed_codebook/annex_d.bin.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "g729/g729_golden.h"
 #include "kelsc.h"
+#include "support/test_data.h"
 
 namespace {
 
@@ -56,6 +59,47 @@ TEST(FixedCodebookDRules, ZeroResponse) {
     EXPECT_EQ(y, V16(40, 0));
     EXPECT_EQ(s, 2);
     EXPECT_EQ(i, 5 + (0 << 4)) << "Gray codes of 6 and 0";
+}
+
+}  // namespace
+
+namespace {
+
+using namespace kelsc_test;
+
+// Arbitrary Dn and responses (random, extreme, zero) in heap arrays of
+// exactly the stated sizes (checked under the address sanitizer): two
+// pulses on the annex's tracks and index words within their widths.
+TEST(FixedCodebookDRobustness, ArbitraryInputs) {
+    Rng rng(64);
+    for (int t = 0; t < 300; ++t) {
+        auto value = [&](int kind) -> Kel16s {
+            switch (kind % 4) {
+                case 0: return static_cast<Kel16s>(rng.next());
+                case 1: return (rng.next() & 1) ? -32768 : 32767;
+                case 2: return 0;
+                default: return static_cast<Kel16s>(static_cast<Kel16s>(rng.next()) >> 8);
+            }
+        };
+        std::vector<Kel16s> dn(40), h(40), code(40), y(40), sign(1), index(1);
+        for (int i = 0; i < 40; ++i) {
+            dn[i] = value(t);
+            h[i] = value(t / 4);
+        }
+        ASSERT_EQ(
+            kelsFixedCodebookSearch_G729D_16s(dn.data(), h.data(), code.data(), y.data(), sign.data(), index.data()),
+            kelStatusOk);
+        int pulses = 0;
+        for (int i = 0; i < 40; ++i) {
+            if (code[i] == 0) continue;
+            ++pulses;
+            EXPECT_TRUE(code[i] == 8191 || code[i] == -8192 || code[i] == 16382 || code[i] == -16384 || code[i] == -1)
+                << code[i];
+        }
+        EXPECT_TRUE(pulses == 1 || pulses == 2) << t;
+        EXPECT_TRUE(sign[0] >= 0 && sign[0] <= 3);
+        EXPECT_TRUE(index[0] >= 0 && index[0] < 512) << index[0];
+    }
 }
 
 }  // namespace

@@ -3,8 +3,11 @@
 // tests/vectors/g729/fixed_codebook/annex_e.bin.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "g729/g729_golden.h"
 #include "kelsc.h"
+#include "support/test_data.h"
 
 namespace {
 
@@ -61,6 +64,49 @@ TEST(FixedCodebookERules, ModesAndPulseCounts) {
         } else {
             EXPECT_TRUE(w[0] >= 0 && w[0] < 8192) << w[0];
             EXPECT_TRUE(w[1] >= 0 && w[1] < 1024) << w[1];
+        }
+    }
+}
+
+}  // namespace
+
+namespace {
+
+using namespace kelsc_test;
+
+// Arbitrary targets, residuals and responses (random, extreme, zero) in
+// heap arrays of exactly the stated sizes (checked under the address
+// sanitizer): pulses of +-4096 and index words within their widths.
+TEST(FixedCodebookERobustness, ArbitraryInputs) {
+    Rng rng(118);
+    for (int t = 0; t < 300; ++t) {
+        auto value = [&](int kind) -> Kel16s {
+            switch (kind % 4) {
+                case 0: return static_cast<Kel16s>(rng.next());
+                case 1: return (rng.next() & 1) ? -32768 : 32767;
+                case 2: return 0;
+                default: return static_cast<Kel16s>(static_cast<Kel16s>(rng.next()) >> 10);
+            }
+        };
+        std::vector<Kel16s> x(40), cn(40), h(40), code(40), y(40), index(5);
+        for (int i = 0; i < 40; ++i) {
+            x[i] = value(t);
+            cn[i] = value(t / 4);
+            h[i] = value(t / 16);
+        }
+        const Kel16s mode = static_cast<Kel16s>(t & 1);
+        ASSERT_EQ(
+            kelsFixedCodebookSearch_G729E_16s(mode, x.data(), cn.data(), h.data(), code.data(), y.data(), index.data()),
+            kelStatusOk);
+        int units = 0;
+        for (Kel16s v : code) {
+            EXPECT_EQ(v % 4096, 0) << v;
+            units += (v < 0 ? -v : v) / 4096;
+        }
+        EXPECT_LE(units, mode ? 12 : 10);
+        for (int k = 0; k < 5; ++k) {
+            const int limit = mode && k == 0 ? 8192 : mode && k == 1 ? 1024 : 128;
+            EXPECT_TRUE(index[k] >= 0 && index[k] < limit) << t << " word " << k << " " << index[k];
         }
     }
 }
