@@ -19,7 +19,9 @@ using namespace kelsc_test;
 // and SWITCH.XXX (both modes from each where present) and 27 stress rows
 // (saturating and zero responses, extreme and zero targets and residuals;
 // the five where no start improves on the initial values, so that the
-// reference's positions are undefined, are left out).
+// reference's positions are undefined, are left out), then 8 calls on
+// extreme inputs where a partial pulse correlation reaches -32768 (its
+// square saturates).
 TEST(FixedCodebookEGolden, MatchesReference) {
     const auto rows = g729Rows("fixed_codebook/annex_e.bin", 206);
     int modes[2] = {0, 0};
