@@ -3,16 +3,18 @@
 // consume. The arithmetic is that of ACELP_CO.C (Cor_h, D4i40_17) and
 // ACELP_CA.C (D4i40_17_fast) of the G.729 Release 2 reference.
 //
-// For speed (docs/PERFORMANCE.md) the searches run on plain integers. With
-// 16-bit correlations and 16-bit |Dn| none of the reference's 32-bit
-// accumulations can saturate (the largest G.729 energy sum is
-// 2 x 16 x 2^15 = 2^20; the largest annex A sum is bounded by 2^31 - 1 and
-// -2^31, worked out term by term below), so plain sums give the reference's
-// values. The 16-bit partial correlations are sums of values that are never
-// negative, where saturating addition equals min(exact sum, 32767). The
-// candidate tests L_msu(L_mult(a, b), c, d) > 0 keep their sign under
-// saturation and are compared exactly in 64 bits. Where the reference
-// truncates (extract_l) the code does the same.
+// For speed (docs/PERFORMANCE.md) the searches run on plain integers, eight
+// or sixteen candidates at a time (SSE2 where available). With 16-bit
+// correlations and 16-bit |Dn| none of the reference's 32-bit accumulations
+// can saturate (the largest G.729 energy sum is 2 x 16 x 2^15 = 2^20; the
+// annex A sums stay within [-2^31, 2^31 - 1], worked out term by term at
+// roundHi), so plain sums give the reference's values. The partial
+// correlations are sums of values that are never negative, where
+// saturating addition is min(exact sum, 32767). The candidate tests
+// L_msu(L_mult(a, b), c, d) > 0 keep their sign under saturation and are
+// made exactly on 32-bit products; where the reference truncates
+// (extract_l) the code does the same. A candidate replaces the best only
+// when strictly better, in the reference's order (fixed_codebook_kernels.h).
 #include <string.h>
 
 #include "basop.h"

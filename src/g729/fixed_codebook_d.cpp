@@ -9,7 +9,8 @@
 // The arithmetic runs on plain integers: an energy (rr[a][a] + rr[b][b] +
 // 2 rr[a][b], doubled) stays below 2^19, the correlation of two |Dn| is a
 // saturating sum of values that are never negative (min(sum, 32767)), and
-// the candidate test keeps its sign under saturation (compared in 64 bits).
+// the candidate test keeps its sign under saturation (compared on 32-bit
+// products, fixed_codebook_kernels.h).
 #include <string.h>
 
 #include "basop.h"
