@@ -1260,7 +1260,10 @@ KELSC_API KelStatus kelsFixedCodebookSearch_G729_16s(const Kel16s* pSrcFixedCorr
    from the two largest |Dn| of a track; no budget. The cross terms of the
    matrix are multiplied by the signs in place as annex A does
    (mult(rr, +-1 in Q15)); the _32s16s form first shifts all 616 values
-   right by 15 (saturated to 16 bits).
+   right by 15 (saturated to 16 bits). When no candidate of a pass improves
+   on its start value (degenerate correlations, such as all-extreme
+   matrices) the search keeps the positions of an earlier pass, as annex A
+   does, so pulses may then coincide or lie off their tracks.
    pSrcFixedCorr: in, [40] Dn (not modified).
    pSrcDstMatrix: in/out, [616].
    pDstFixedVector: out, [40] Q13.

@@ -68,6 +68,22 @@ constexpr SlotTable makeSlots() {
 
 constexpr SlotTable kSlots = makeSlots();
 
+// The inverse: for each of the 616 entries, the step n and diagonal d of its
+// running sum, as n x 40 + d.
+struct SourceTable {
+    Kel16s at[kMatrixSize];
+};
+
+constexpr SourceTable makeSources() {
+    SourceTable t{};
+    for (int d = 0; d < kSubframe; ++d)
+        for (int n = 0; n + d < kSubframe; ++n)
+            if (kSlots.at[d][n] >= 0) t.at[kSlots.at[d][n]] = static_cast<Kel16s>(kSubframe * n + d);
+    return t;
+}
+
+constexpr SourceTable kSources = makeSources();
+
 }  // namespace
 
 namespace kel {
@@ -106,15 +122,19 @@ void ownToeplizMatrix_G729_16s32s(const Kel16s* pH, Kel32s* pMatrix) {
         return;
     }
     if (kind == 1) {
-        // The halved L_mac sums are the plain sums.
-        for (int d = 0; d < kSubframe; ++d) {
-            Kel32s s = 0;
-            const Kel16s* slots = kSlots.at[d];
-            for (int n = 0; n + d < kSubframe; ++n) {
-                s += int32_t{h[n]} * h[n + d];
-                if (slots[n] >= 0) pMatrix[slots[n]] = s;
+        // The halved L_mac sums are the plain sums; all diagonals advance
+        // together, one step n at a time, then each entry takes its sum.
+        alignas(16) int32_t sum[kSubframe] = {};
+        alignas(16) int32_t c[kSubframe * kSubframe];
+        for (int n = 0; n < kSubframe; ++n) {
+            const int32_t hn = h[n];
+            int32_t* cn = c + kSubframe * n;
+            for (int d = 0; d + n < kSubframe; ++d) {
+                sum[d] += hn * h[n + d];
+                cn[d] = sum[d];
             }
         }
+        for (int i = 0; i < kMatrixSize; ++i) pMatrix[i] = c[kSources.at[i]];
         return;
     }
     // Saturating doubled accumulation, as the reference, then halved.
