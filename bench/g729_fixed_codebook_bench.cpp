@@ -4,6 +4,7 @@
 // D2i40_11 of the annex D ACELPCOD.C, ACELP_10i40_35bits and
 // ACELP_12i40_44bits of the annex E ACELP_E.C), built without
 // vectorisation:
+//   ToeplizMatrix_G729: the 16-bit correlation matrix of h (Cor_h);
 //   FixedCodebookSearch_G729: sign choice, threshold, sign-modified matrix
 //     and the budgeted four-loop search, from a 16-bit matrix;
 //   FixedCodebookSearch_G729A: the depth-first search, from the same;
@@ -365,6 +366,21 @@ KEL_BASOP void basopCorrelations(const Kel16s* H, Kel16s (*rr)[L]) {
             rr[39 - n - d][39 - n] = extract_h(cor);
         }
     }
+}
+
+// Cor_h: the same scaling and running sums, stored in the 616-value layout.
+KEL_BASOP void basopCorH(const Kel16s* H, Kel16s* out) {
+    Kel16s rr[L][L];
+    basopCorrelations(H, rr);
+    static const int blocks[9][2] = {{0, 1}, {0, 2}, {0, 3}, {0, 4}, {1, 2}, {1, 3}, {1, 4}, {2, 3}, {2, 4}};
+    for (int t = 0; t < 5; t++)
+        for (int m = 0; m < NB; m++) out[8 * t + m] = rr[5 * m + t][5 * m + t];
+    for (int k = 0; k < 9; k++)
+        for (int x = 0; x < NB; x++)
+            for (int y = 0; y < NB; y++) {
+                const int p = 5 * x + blocks[k][0], q = 5 * y + blocks[k][1];
+                out[40 + 64 * k + 8 * x + y] = p <= q ? rr[p][q] : rr[q][p];
+            }
 }
 
 KEL_BASOP Kel16s basopSearchD(const Kel16s* dnIn, const Kel16s* H, Kel16s* code, Kel16s* y, Kel16s* signOut) {
@@ -825,6 +841,12 @@ bool verify() {
         annexD.push_back(b);
         annexE.push_back(b);
     }
+    for (size_t i = 0; i < annexD.size(); ++i) {
+        Kel16s m1[DIM], m2[DIM];
+        kelsToeplizMatrix_G729_16s(annexD[i].h.data(), m1);
+        basopCorH(annexD[i].h.data(), m2);
+        check(memcmp(m1, m2, sizeof(m1)) == 0, "ToeplizMatrix_G729", i);
+    }
     for (size_t i = 0; i < acelp.size(); ++i) {
         const Sub& a = acelp[i];
         std::vector<Kel16s> r1 = a.rr, r2 = a.rr, c1(40), c2(40), w1(2), w2(2);
@@ -877,7 +899,7 @@ void run(benchmark::State& state, const std::vector<Sub>& set, F f) {
     void op##_##impl##_##n(benchmark::State& state) {                                            \
         run(state, data().set, [](const Sub& s, Kel16s* rr, Kel16s* out, Kel16s* y, Kel16s* w) { \
             (void)rr;                                                                            \
-            (void)y;                                                                             \
+            (void)y, (void)out, (void)w;                                                         \
             expr;                                                                                \
         });                                                                                      \
     }                                                                                            \
@@ -885,6 +907,8 @@ void run(benchmark::State& state, const std::vector<Sub>& set, F f) {
 
 #define COPY_RR memcpy(rr, s.rr.data(), sizeof(Kel16s) * DIM)
 
+KEL_BENCH(ToeplizMatrix_G729, kelsc, 616, acelpSpeech, kelsToeplizMatrix_G729_16s(s.h.data(), rr))
+KEL_BENCH(ToeplizMatrix_G729, basop, 616, acelpSpeech, basopCorH(s.h.data(), rr))
 KEL_BENCH(FixedCodebookSearch_G729, kelsc, 40, acelpSpeech, {
     COPY_RR;
     Kel16s b = s.budget;
