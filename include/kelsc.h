@@ -1315,7 +1315,128 @@ KELSC_API KelStatus kelsAdaptiveCodebookContribution_G729_16s(Kel16s gain, const
 /* ------------------------------------------------------------------------ */
 /* G.729 fixed-codebook search                                              */
 /* ------------------------------------------------------------------------ */
-/* @@FIXED-CODEBOOK-SECTION@@ */
+/* The algebraic (ACELP) fixed-codebook searches of G.729 (3.8: four pulses
+   of amplitude +-1 in a 40-sample sub-frame, 17 bits), annex A (A.3.8, the
+   depth-first search), annex D (6.4 kbit/s: two pulses, 11 bits) and annex
+   E (11.8 kbit/s: 35 or 44 bits), and the correlation matrix of the
+   impulse response that the G.729 and G.729A searches consume. The caller
+   applies pitch sharpening to the impulse response h (Q12) and computes the
+   correlation Dn of the target with h before the G.729, G.729A and G.729D
+   searches; the G.729E search computes its own.
+
+   Correlation matrix, 616 values in the G.729 layout: the five diagonals of
+   the tracks, rr[5m + t][5m + t] at 8 t + m (t = 0..4, m = 0..7), then the
+   nine cross blocks (0,1), (0,2), (0,3), (0,4), (1,2), (1,3), (1,4), (2,3),
+   (2,4) of 8 x 8, block k at 40 + 64 k, holding rr[5x + a][5y + b] at
+   8 x + y for the tracks (a, b). Tracks: pulse 0 on positions 5m, pulse 1 on
+   5m + 1, pulse 2 on 5m + 2, pulse 3 on 5m + 3 or 5m + 4.
+
+   Code vectors of G.729, G.729A and G.729D hold pulses of 8191 (positive)
+   or -8192 (negative), Q13, zero elsewhere. Index words of G.729 and
+   G.729A: [0] the signs (bit k set when pulse k is positive), [1] the
+   positions (i0 / 5) + ((i1 / 5) << 3) + ((i2 / 5) << 6) +
+   ((2 (i3 / 5) + j) << 9), j = 1 when pulse 3 lies on 5m + 4 (13 bits). */
+
+/* G.729 3.8.1 correlation matrix. E is the energy of h (plain sum of
+   squares). When E >> 15 is 0 the matrix is all zero; when it exceeds 32000
+   h is halved, otherwise it is shifted left by (norm(E) - 1) >> 1. Each
+   entry is the sum of products of the scaled h along the entry's diagonal,
+   h[n] h[n + d] for n = 0 .. 39 - max(i, j), accumulated as the reference's
+   saturating doubled products and halved: entry >> 15 is the G.729
+   reference's 16-bit correlation.
+   pSrcImpulseResponse: in, [40] Q12.
+   pDstMatrix: out, [616] Kel32s in the layout above. */
+KELSC_API KelStatus kelsToeplizMatrix_G729_16s32s(const Kel16s* pSrcImpulseResponse, Kel32s* pDstMatrix);
+/* The same matrix as 16-bit values: each 32-bit entry shifted right by 15
+   (the G.729 reference's Cor_h).
+   pSrcImpulseResponse: in, [40] Q12.
+   pDstMatrix: out, [616] Kel16s. */
+KELSC_API KelStatus kelsToeplizMatrix_G729_16s(const Kel16s* pSrcImpulseResponse, Kel16s* pDstMatrix);
+
+/* G.729 3.8 search (D4i40_17): pulse signs from Dn, threshold of the three
+   first pulses (mean + 0.4 (max - mean)), four nested loops, the fourth
+   entered only above the threshold and at most as often as the budget
+   allows. The budget: 30 when subFrame is 0, else the value in
+   *pSrcDstSearchTimes, plus 75 (saturating), stored at once; each entry
+   into the fourth loop takes one, and the search stops when it falls below
+   1. *pSrcDstSearchTimes keeps the remainder for the next sub-frame.
+   pSrcFixedCorr: in, [40] Dn (not modified).
+   pSrcDstMatrix: in/out, [616] Kel32s, from kelsToeplizMatrix_G729_16s32s;
+                  every value is shifted right by 15 (saturated to 16 bits)
+                  and the cross terms are multiplied by the pulse signs as
+                  the reference does (mult(rr, mult(sign_i, sign_j))) in
+                  place. Rebuild it for every sub-frame.
+   pDstFixedVector: out, [40] Q13 code vector.
+   pDstFixedIndex: out, [2] sign word, position word.
+   pSrcDstSearchTimes: in/out, one Kel16s, the budget.
+   subFrame: 0 for the first sub-frame of a frame, any positive value for
+             the second (below 0: kelStatusOutOfRange). */
+KELSC_API KelStatus kelsFixedCodebookSearch_G729_32s16s(const Kel16s* pSrcFixedCorr, Kel32s* pSrcDstMatrix,
+                                                        Kel16s* pDstFixedVector, Kel16s* pDstFixedIndex,
+                                                        Kel16s* pSrcDstSearchTimes, int subFrame);
+/* The same search on the 16-bit matrix of kelsToeplizMatrix_G729_16s,
+   whose cross terms are multiplied by the signs in place.
+   subFrame: 0 or 1 (else kelStatusOutOfRange). */
+KELSC_API KelStatus kelsFixedCodebookSearch_G729_16s(const Kel16s* pSrcFixedCorr, Kel16s* pSrcDstMatrix,
+                                                     Kel16s* pDstFixedVector, Kel16s* pDstFixedIndex,
+                                                     Kel16s* pSrcDstSearchTimes, int subFrame);
+/* G.729A A.3.8 depth-first search (D4i40_17_fast): for the fourth pulse on
+   track 3, then on track 4, two passes of two pulse pairs each, starting
+   from the two largest |Dn| of a track; no budget. The cross terms of the
+   matrix are multiplied by the signs in place as annex A does
+   (mult(rr, +-1 in Q15)); the _32s16s form first shifts all 616 values
+   right by 15 (saturated to 16 bits). When no candidate of a pass improves
+   on its start value (degenerate correlations, such as all-extreme
+   matrices) the search keeps the positions of an earlier pass, as annex A
+   does, so pulses may then coincide or lie off their tracks.
+   pSrcFixedCorr: in, [40] Dn (not modified).
+   pSrcDstMatrix: in/out, [616].
+   pDstFixedVector: out, [40] Q13.
+   pDstFixedIndex: out, [2] sign word, position word. */
+KELSC_API KelStatus kelsFixedCodebookSearch_G729A_32s16s(const Kel16s* pSrcFixedCorr, Kel32s* pSrcDstMatrix,
+                                                         Kel16s* pDstFixedVector, Kel16s* pDstFixedIndex);
+KELSC_API KelStatus kelsFixedCodebookSearch_G729A_16s(const Kel16s* pSrcFixedCorr, Kel16s* pSrcDstMatrix,
+                                                      Kel16s* pDstFixedVector, Kel16s* pDstFixedIndex);
+/* G.729D 11-bit search (D2i40_11): the first pulse on positions 5m + 1 or
+   5m + 3 (16), the second on 5m, 5m + 2, 5m + 4 or 5m + 1 (32); the matrix
+   is built internally (as kelsToeplizMatrix_G729_16s, with the annex's
+   cross terms of the second track with itself and of 5m + 3 with 5m + 4)
+   and the eight pairs of sub-tracks are searched in the annex's order, the
+   earliest best pair winning.
+   pSrcFixedCorr: in, [40] Dn.
+   pSrcImpulseResponse: in, [40] Q12.
+   pDstFixedVector: out, [40] Q13 (the two pulses add when they coincide).
+   pDstFltFixedVector: out, [40] Q12, the code vector filtered by h.
+   pDstSign: out, one Kel16s: bit 0 set when the first pulse is positive,
+             bit 1 for the second.
+   pDstIndex: out, one Kel16s: the Gray-coded position of the first pulse
+              (4 bits) + the Gray-coded position of the second << 4. */
+KELSC_API KelStatus kelsFixedCodebookSearch_G729D_16s(const Kel16s* pSrcFixedCorr, const Kel16s* pSrcImpulseResponse,
+                                                      Kel16s* pDstFixedVector, Kel16s* pDstFltFixedVector,
+                                                      Kel16s* pDstSign, Kel16s* pDstIndex);
+/* G.729E 11.8 kbit/s search (ACELP_10i40_35bits, ACELP_12i40_44bits):
+   mode 0, forward-adaptive frames: ten pulses, two per track, 35 bits;
+   otherwise, backward-adaptive frames: twelve pulses, 44 bits. Dn is the
+   target correlated with h and normalised; the signs come from Dn and the
+   long-term-prediction residual; the matrix is that of the normalised h
+   scaled by the inverse square root of its energy; the depth-first search
+   starts from the tracks with the largest correlations.
+   pSrcFixedTarget: in, [40] target.
+   pSrcLtpResidual: in, [40] residual after long-term prediction.
+   pSrcImpulseResponse: in, [40] Q12, pitch-sharpened (not modified).
+   pDstFixedVector: out, [40] Q12 code vector (pulses of +-4096, summed).
+   pDstFltFixedVector: out, [40] Q11, the code vector filtered by h.
+   pDstIndex: out, [5] index words, in both modes: 35 bits as 7 + 7 + 7 +
+              7 + 7 (one word per track: two positions and a sign), 44 bits
+              as 13 + 10 + 7 + 7 + 7 (the first word adds the track of the
+              two extra pulses).
+   When no starting pair improves on the initial score (only with
+   saturated energies) the annex leaves the positions undefined; this
+   search then places the pulses at positions 0..9 (35 bits) or 0..11. */
+KELSC_API KelStatus kelsFixedCodebookSearch_G729E_16s(Kel16s mode, const Kel16s* pSrcFixedTarget,
+                                                      const Kel16s* pSrcLtpResidual, const Kel16s* pSrcImpulseResponse,
+                                                      Kel16s* pDstFixedVector, Kel16s* pDstFltFixedVector,
+                                                      Kel16s* pDstIndex);
 
 /* ------------------------------------------------------------------------ */
 /* G.729 gain decoding and post-processing                                  */

@@ -178,7 +178,41 @@ Kel16s ownAdaptiveGain_G729_16s(const Kel16s* pTarget, const Kel16s* pFlt);
 // ---------------------------------------------------------------------------
 // G.729 fixed-codebook search
 // ---------------------------------------------------------------------------
-// @@FIXED-CODEBOOK-SECTION@@
+// The scaling of h before its correlations (Cor_h, Cor_h_D): pScaled = 0
+// when the energy E (plain sum of squares) >> 15 is 0, h >> 1 when it
+// exceeds 32000, else h << ((norm(E) - 1) >> 1). Returns 0 for the zero
+// response, 1 when no doubled partial correlation of pScaled can saturate,
+// 2 when one may.
+int ownScaleImpulse_G729_16s(const Kel16s* pH, Kel16s* pScaled);
+
+// Correlation matrix of G.729 3.8.1 (Cor_h) in the 616-value layout of
+// kelsc.h; each entry is the halved saturating L_mac sum (entry >> 15 is
+// the reference's 16-bit value). Zero when the energy of pH >> 15 is 0.
+void ownToeplizMatrix_G729_16s32s(const Kel16s* pH, Kel32s* pMatrix);
+// The same, shifted right by 15 into 16 bits.
+void ownToeplizMatrix_G729_16s(const Kel16s* pH, Kel16s* pMatrix);
+
+// G.729 3.8 search (D4i40_17) on a 16-bit matrix whose cross terms it
+// multiplies by the pulse signs in place. pDn: [40] (not modified); pCode:
+// [40] Q13; pIndex: [2] sign word, position word; pBudget: the fourth-loop
+// budget, replaced by 30 + 75 when firstSubframe, else increased by 75
+// (saturating), and left holding the remainder.
+void ownFixedCodebookSearch_G729_16s(const Kel16s* pDn, Kel16s* pRr, Kel16s* pCode, Kel16s* pIndex, Kel16s* pBudget,
+                                     bool firstSubframe);
+// G.729A A.3.8 depth-first search (D4i40_17_fast), same arguments without
+// the budget; the cross terms are sign-modified as annex A does.
+void ownFixedCodebookSearch_G729A_16s(const Kel16s* pDn, Kel16s* pRr, Kel16s* pCode, Kel16s* pIndex);
+
+// G.729D 11-bit search (Cor_h_D in its 6.4 kbit/s form, D2i40_11). pY:
+// [40] Q12 filtered code; *pSign: sign bits; returns the position index.
+Kel16s ownFixedCodebookSearch_G729D_16s(const Kel16s* pDn, const Kel16s* pH, Kel16s* pCode, Kel16s* pY,
+                                        Kel16s* pSign);
+
+// G.729E 35-bit (mode 0) or 44-bit search (ACELP_10i40_35bits,
+// ACELP_12i40_44bits). pX: [40] target; pCn: [40] LTP residual; pH: [40]
+// Q12; pCode: [40] Q12; pY: [40] Q11; pIndex: [5].
+void ownFixedCodebookSearch_G729E_16s(int mode, const Kel16s* pX, const Kel16s* pCn, const Kel16s* pH,
+                                      Kel16s* pCode, Kel16s* pY, Kel16s* pIndex);
 
 // ---------------------------------------------------------------------------
 // G.729 gain decoding and post-processing
