@@ -12,18 +12,6 @@ int scale(Call& c) { return c.value({-33, -32, -1, 0, 1, 11, 12, 13, 14, 15, 16,
 // A lag or pitch delay the caller can give history for.
 int lag(Call& c) { return c.value({0, 1, 20, 40, 143, 144, 147}) & 1023; }
 
-// A read-only buffer of n elements preceded by hist elements of history.
-template <class T>
-const T* withHistory(Call& c, long hist, long n) {
-    const T* p = c.in<T>(hist + n);
-    return p != nullptr ? p + hist : nullptr;
-}
-template <class T>
-T* outWithHistory(Call& c, long hist, long n) {
-    T* p = c.out<T>(hist + n);
-    return p != nullptr ? p + hist : nullptr;
-}
-
 template <class D>
 void autoCorr(FuzzedDataProvider& f, const char* name, KelStatus (*fn)(const Kel16s*, int, D*, int)) {
     Call c(f, name);
@@ -50,7 +38,7 @@ void lagMaxFwdOrInv(FuzzedDataProvider& f, const char* name, KelStatus (*fn)(con
     const int len = c.length();
     const int lo = lag(c), hi = lag(c);
     const long need = hi + lagExtra > 0 ? hi + lagExtra : 0;
-    const T* src = inverse ? withHistory<T>(c, need, Call::count(len)) : c.in<T>(Call::count(len) + need);
+    const T* src = inverse ? c.inAfter<T>(need, Call::count(len)) : c.in<T>(Call::count(len) + need);
     M* mx = c.out<M>(1);
     int* index = c.out<int>(1);
     c.finish(fn(src, len, lo, hi, mx, index));
@@ -163,7 +151,7 @@ const kfuzz::Entry kTable[] = {
                     const int len = c.length();
                     const long hist = order > 0 && order < 4096 ? order : 0;
                     const Kel16s* lpc = c.in<Kel16s>(hist + 1);
-                    const Kel16s* src = withHistory<Kel16s>(c, hist, Call::count(len));
+                    const Kel16s* src = c.inAfter<Kel16s>(hist, Call::count(len));
                     Kel16s* dst = c.out<Kel16s>(Call::count(len));
                     c.finish(kelsResidualFilter_Low_16s_Sfs(lpc, order, src, dst, len, scale(c)));
                 }),
@@ -172,7 +160,7 @@ const kfuzz::Entry kTable[] = {
                     const int len = c.length();
                     const int t = lag(c);
                     const Kel16s val = c.any<Kel16s>();
-                    Kel16s* sd = outWithHistory<Kel16s>(c, t, Call::count(len));
+                    Kel16s* sd = c.outAfter<Kel16s>(t, Call::count(len));
                     c.finish(kelsHarmonicFilter_16s_I(val, t, sd, len));
                 }),
     KFUZZ_ENTRY(kelsHarmonicFilter_NR_16s,
@@ -180,7 +168,7 @@ const kfuzz::Entry kTable[] = {
                     const int len = c.length();
                     const int t = lag(c);
                     const Kel16s val = c.any<Kel16s>();
-                    const Kel16s* src = withHistory<Kel16s>(c, t, Call::count(len));
+                    const Kel16s* src = c.inAfter<Kel16s>(t, Call::count(len));
                     Kel16s* dst = c.out<Kel16s>(Call::count(len));
                     c.finish(kelsHarmonicFilter_NR_16s(val, t, src, dst, len));
                 }),
@@ -189,7 +177,7 @@ const kfuzz::Entry kTable[] = {
                     const int len = c.length();
                     const int t = lag(c);
                     const Kel32f val = c.anyFloat<Kel32f>();
-                    Kel32f* sd = outWithHistory<Kel32f>(c, t, Call::count(len));
+                    Kel32f* sd = c.outAfter<Kel32f>(t, Call::count(len));
                     c.finish(kelsHarmonicFilter_32f_I(val, t, sd, len));
                 }),
     KFUZZ_ENTRY(kelsPreemphasize_32f_I,

@@ -90,6 +90,19 @@ public:
         }
         return p;
     }
+    // A read-only buffer of n elements preceded by hist elements of history
+    // (the samples a function reads before the pointer it is given).
+    template <class T>
+    const T* inAfter(long hist, long n) {
+        const T* p = in<T>(hist + n);
+        return p != nullptr ? p + hist : nullptr;
+    }
+    // The same for a buffer the function writes.
+    template <class T>
+    T* outAfter(long hist, long n) {
+        T* p = out<T>(hist + n);
+        return p != nullptr ? p + hist : nullptr;
+    }
     // A read-only argument holding the given values (or null now and then).
     template <class T>
     const T* inValues(std::initializer_list<T> values) {

@@ -27,21 +27,9 @@ const Kel16s* adaptiveDelay(Call& c) {
     return c.inValues<Kel16s>({t, frac});
 }
 
-// A read-only buffer of n elements preceded by hist elements of history.
-template <class T>
-const T* withHistory(Call& c, long hist, long n) {
-    const T* p = c.in<T>(hist + n);
-    return p != nullptr ? p + hist : nullptr;
-}
-template <class T>
-T* outWithHistory(Call& c, long hist, long n) {
-    T* p = c.out<T>(hist + n);
-    return p != nullptr ? p + hist : nullptr;
-}
-
 void openLoop(FuzzedDataProvider& f, const char* name, KelStatus (*fn)(const Kel16s*, Kel16s*)) {
     Call c(f, name);
-    const Kel16s* src = withHistory<Kel16s>(c, 143, 80);
+    const Kel16s* src = c.inAfter<Kel16s>(143, 80);
     Kel16s* lag = c.out<Kel16s>(1);
     c.finish(fn(src, lag));
 }
@@ -105,7 +93,7 @@ void synthesis(FuzzedDataProvider& f, bool postFilter) {
     Call c(f, postFilter ? "kelsShortTermPostFilter_G729A_16s" : "kelsSynthesisFilter_G729_16s");
     const Kel16s* lpc = c.in<Kel16s>(11);
     const Kel16s* src = c.in<Kel16s>(kSubFrame);
-    Kel16s* dst = outWithHistory<Kel16s>(c, 10, kSubFrame);
+    Kel16s* dst = c.outAfter<Kel16s>(10, kSubFrame);
     c.finish(postFilter ? kelsShortTermPostFilter_G729A_16s(lpc, src, dst)
                         : kelsSynthesisFilter_G729_16s(src, lpc, dst));
 }
@@ -233,7 +221,7 @@ const kfuzz::Entry kTable[] = {
     KFUZZ_ENTRY(kelsLongTermPostFilter_G729A_16s,
                 {
                     const Kel16s t = delay(c);
-                    const Kel16s* speech = withHistory<Kel16s>(c, 10, kSubFrame);
+                    const Kel16s* speech = c.inAfter<Kel16s>(10, kSubFrame);
                     const Kel16s* lpc = c.in<Kel16s>(11);
                     Kel16s* res = c.out<Kel16s>(kExcitation);
                     Kel16s* dst = c.out<Kel16s>(kSubFrame);
@@ -243,7 +231,7 @@ const kfuzz::Entry kTable[] = {
     {"kelsSynthesisFilter_G729_16s", [](FuzzedDataProvider& f) { synthesis(f, false); }},
     KFUZZ_ENTRY(kelsResidualFilter_G729_16s,
                 {
-                    const Kel16s* src = withHistory<Kel16s>(c, 10, kSubFrame);
+                    const Kel16s* src = c.inAfter<Kel16s>(10, kSubFrame);
                     const Kel16s* lpc = c.in<Kel16s>(11);
                     Kel16s* dst = c.out<Kel16s>(kSubFrame);
                     c.finish(kelsResidualFilter_G729_16s(src, lpc, dst));
@@ -251,7 +239,7 @@ const kfuzz::Entry kTable[] = {
     KFUZZ_ENTRY(kelsTiltCompensation_G729_16s,
                 {
                     const Kel16s* h = c.in<Kel16s>(20);
-                    Kel16s* sd = outWithHistory<Kel16s>(c, 1, kSubFrame);
+                    Kel16s* sd = c.outAfter<Kel16s>(1, kSubFrame);
                     c.finish(kelsTiltCompensation_G729_16s(h, sd));
                 }),
     KFUZZ_ENTRY(kelsTiltCompensation_G729E_16s,
