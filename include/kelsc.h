@@ -1552,8 +1552,7 @@ KELSC_API KelStatus kelsTiltCompensation_G729E_16s(Kel16s tilt, const Kel16s* pS
    pSrc: in, [len]; pDst: out, [len] (pDst == pSrc allowed).
    len: at least 1 (else kelStatusBadSize).
    pMem: in/out, one Kel16s (reset 0). */
-KELSC_API KelStatus kelsPreemphasize_G729A_16s(Kel16s gamma, const Kel16s* pSrc, Kel16s* pDst, int len,
-                                               Kel16s* pMem);
+KELSC_API KelStatus kelsPreemphasize_G729A_16s(Kel16s gamma, const Kel16s* pSrc, Kel16s* pDst, int len, Kel16s* pMem);
 /* The same in place. pSrcDst: in/out, [len]. */
 KELSC_API KelStatus kelsPreemphasize_G729A_16s_I(Kel16s gamma, Kel16s* pSrcDst, int len, Kel16s* pMem);
 

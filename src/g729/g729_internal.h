@@ -205,14 +205,13 @@ void ownFixedCodebookSearch_G729A_16s(const Kel16s* pDn, Kel16s* pRr, Kel16s* pC
 
 // G.729D 11-bit search (Cor_h_D in its 6.4 kbit/s form, D2i40_11). pY:
 // [40] Q12 filtered code; *pSign: sign bits; returns the position index.
-Kel16s ownFixedCodebookSearch_G729D_16s(const Kel16s* pDn, const Kel16s* pH, Kel16s* pCode, Kel16s* pY,
-                                        Kel16s* pSign);
+Kel16s ownFixedCodebookSearch_G729D_16s(const Kel16s* pDn, const Kel16s* pH, Kel16s* pCode, Kel16s* pY, Kel16s* pSign);
 
 // G.729E 35-bit (mode 0) or 44-bit search (ACELP_10i40_35bits,
 // ACELP_12i40_44bits). pX: [40] target; pCn: [40] LTP residual; pH: [40]
 // Q12; pCode: [40] Q12; pY: [40] Q11; pIndex: [5].
-void ownFixedCodebookSearch_G729E_16s(int mode, const Kel16s* pX, const Kel16s* pCn, const Kel16s* pH,
-                                      Kel16s* pCode, Kel16s* pY, Kel16s* pIndex);
+void ownFixedCodebookSearch_G729E_16s(int mode, const Kel16s* pX, const Kel16s* pCn, const Kel16s* pH, Kel16s* pCode,
+                                      Kel16s* pY, Kel16s* pIndex);
 
 // ---------------------------------------------------------------------------
 // G.729 gain decoding and post-processing

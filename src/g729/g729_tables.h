@@ -100,11 +100,11 @@ extern const Kel16s kInter3L[kInter3LSize];
 // ---------------------------------------------------------------------------
 // G.729 fixed-codebook search
 // ---------------------------------------------------------------------------
-constexpr int kSubframe = 40;    // L_SUBFR: samples of a sub-frame
-constexpr int kTracks = 5;       // STEP: interleaved pulse tracks
-constexpr int kPositions = 8;    // NB_POS: positions of a track
-constexpr int kBlockSize = 64;   // MSIZE: one cross block, 8 x 8
-constexpr int kMatrixSize = 616; // DIM_RR: 5 diagonals of 8, 9 cross blocks
+constexpr int kSubframe = 40;     // L_SUBFR: samples of a sub-frame
+constexpr int kTracks = 5;        // STEP: interleaved pulse tracks
+constexpr int kPositions = 8;     // NB_POS: positions of a track
+constexpr int kBlockSize = 64;    // MSIZE: one cross block, 8 x 8
+constexpr int kMatrixSize = 616;  // DIM_RR: 5 diagonals of 8, 9 cross blocks
 
 // G.729D 6.4 kbit/s codebook (trackTable0, trackTable1, grayEncode): the
 // positions of the first pulse (5m + 1, 5m + 3) and of the second (5m,
