@@ -42,6 +42,7 @@ inline VecI add32(VecI a, VecI b) { return _mm512_add_epi32(a, b); }
 inline VecI set32(int32_t v) { return _mm512_set1_epi32(v); }
 inline VecI set16(Kel16s v) { return _mm512_set1_epi16(v); }
 inline VecI max16(VecI a, VecI b) { return _mm512_max_epi16(a, b); }
+inline VecI min16(VecI a, VecI b) { return _mm512_min_epi16(a, b); }
 inline VecI cmpeq16(VecI a, VecI b) { return _mm512_movm_epi16(_mm512_cmpeq_epi16_mask(a, b)); }
 inline VecI madd16(VecI a, VecI b) { return _mm512_madd_epi16(a, b); }
 inline int32_t hsum32(VecI v) { return _mm512_reduce_add_epi32(v); }
@@ -71,6 +72,7 @@ inline VecI add32(VecI a, VecI b) { return _mm256_add_epi32(a, b); }
 inline VecI set32(int32_t v) { return _mm256_set1_epi32(v); }
 inline VecI set16(Kel16s v) { return _mm256_set1_epi16(v); }
 inline VecI max16(VecI a, VecI b) { return _mm256_max_epi16(a, b); }
+inline VecI min16(VecI a, VecI b) { return _mm256_min_epi16(a, b); }
 inline VecI cmpeq16(VecI a, VecI b) { return _mm256_cmpeq_epi16(a, b); }
 inline VecI madd16(VecI a, VecI b) { return _mm256_madd_epi16(a, b); }
 inline int32_t hsum32(VecI v) {
@@ -106,6 +108,7 @@ inline VecI add32(VecI a, VecI b) { return _mm_add_epi32(a, b); }
 inline VecI set32(int32_t v) { return _mm_set1_epi32(v); }
 inline VecI set16(Kel16s v) { return _mm_set1_epi16(v); }
 inline VecI max16(VecI a, VecI b) { return _mm_max_epi16(a, b); }
+inline VecI min16(VecI a, VecI b) { return _mm_min_epi16(a, b); }
 inline VecI cmpeq16(VecI a, VecI b) { return _mm_cmpeq_epi16(a, b); }
 inline VecI madd16(VecI a, VecI b) { return _mm_madd_epi16(a, b); }
 inline int32_t hsum32(VecI v) {
@@ -143,6 +146,7 @@ inline void stream(T* d, int n, Scalar scalar, Vector vector) {
     if (n < 8 * lanes) head = 0;  // short vectors: peeling costs more than a split store
     head = head < n ? head : n;
     for (; i < head; ++i) scalar(i);
+#pragma GCC unroll 4
     for (; i + lanes <= n; i += lanes) vector(i);
 #else
     (void)d;

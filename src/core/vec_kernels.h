@@ -280,17 +280,35 @@ int64_t dot_16s(const Kel16s* a, const Kel16s* b, int n) {
     return total;
 }
 
-Kel16s max_16s(const Kel16s* s, int n) {
+// Largest (kMin false) or smallest element. Four vector accumulators, so
+// that the compares of consecutive vectors do not wait on each other.
+template <bool kMin>
+Kel16s extreme_16s(const Kel16s* s, int n) {
+    const auto better = [](Kel16s a, Kel16s b) { return kMin ? a < b : a > b; };
     Kel16s m = s[0];
-    for (int i = 1; i < n; ++i) m = s[i] > m ? s[i] : m;
+    int i = 1;
+#if defined(KEL_SIMD)
+    constexpr int lanes = sizeof(VecI) / sizeof(Kel16s);
+    if (n >= 4 * lanes) {
+        const auto pick = [](VecI a, VecI b) { return kMin ? min16(a, b) : max16(a, b); };
+        VecI a0 = vload(s), a1 = vload(s + lanes), a2 = vload(s + 2 * lanes), a3 = vload(s + 3 * lanes);
+        for (i = 4 * lanes; i + 4 * lanes <= n; i += 4 * lanes) {
+            a0 = pick(a0, vload(s + i));
+            a1 = pick(a1, vload(s + i + lanes));
+            a2 = pick(a2, vload(s + i + 2 * lanes));
+            a3 = pick(a3, vload(s + i + 3 * lanes));
+        }
+        alignas(64) Kel16s v[lanes];
+        vstore(v, pick(pick(a0, a1), pick(a2, a3)));
+        for (Kel16s x : v) m = better(x, m) ? x : m;
+    }
+#endif
+    for (; i < n; ++i) m = better(s[i], m) ? s[i] : m;
     return m;
 }
 
-Kel16s min_16s(const Kel16s* s, int n) {
-    Kel16s m = s[0];
-    for (int i = 1; i < n; ++i) m = s[i] < m ? s[i] : m;
-    return m;
-}
+Kel16s max_16s(const Kel16s* s, int n) { return extreme_16s<false>(s, n); }
+Kel16s min_16s(const Kel16s* s, int n) { return extreme_16s<true>(s, n); }
 
 Kel32s max_32s(const Kel32s* s, int n) {
     Kel32s m = s[0];
