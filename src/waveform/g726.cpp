@@ -327,23 +327,24 @@ inline void clearCoefficients(Lanes& l) {
 // ---------------------------------------------------------------------------
 
 // The state of one call, in registers: the delayed variables of Codec.
+// The sign of P of the current sample (PK0) equals PK1 once a sample is
+// coded, so it is not carried.
 struct Work {
-    int pk0, pk1, pk2;  // signs of P (1 = negative): current, previous, before
-    int yu;             // YU, Q9
-    int ap;             // AP, Q8
-    int yl;             // YL, Q15 (19 bits)
-    int dms, dml;       // short- and long-term averages of F(I)
-    int td;             // tone flag
-    int sez;            // SEZ of the last sample
-    int a1, a2;         // A1, A2 (A2 also in lane 7)
-    int sr1Float;       // SR1 in the floating format
-    int sr1Neg;         // its sign, 1 = negative
-    Lanes lanes;        // B1..B6, A2 and DQ1..DQ6, SR2
+    int pk1, pk2;  // signs of P (1 = negative): previous sample, the one before
+    int yu;        // YU, Q9
+    int ap;        // AP, Q8
+    int yl;        // YL, Q15 (19 bits)
+    int dms, dml;  // short- and long-term averages of F(I)
+    int td;        // tone flag
+    int sez;       // SEZ of the last sample
+    int a1, a2;    // A1, A2 (A2 also in lane 7)
+    int sr1Float;  // SR1 in the floating format
+    int sr1Neg;    // its sign, 1 = negative
+    Lanes lanes;   // B1..B6, A2 and DQ1..DQ6, SR2
 };
 
 Work loadWork(const Codec& c) {
     Work w;
-    w.pk0 = c.pk0;
     w.pk1 = c.pk1;
     w.pk2 = c.pk2;
     w.yu = c.yu;
@@ -361,8 +362,9 @@ Work loadWork(const Codec& c) {
     return w;
 }
 
+// After at least one coded sample.
 void storeWork(const Work& w, Codec& c) {
-    c.pk0 = static_cast<Kel16s>(w.pk0);
+    c.pk0 = static_cast<Kel16s>(w.pk1);
     c.pk1 = static_cast<Kel16s>(w.pk1);
     c.pk2 = static_cast<Kel16s>(w.pk2);
     c.yu = static_cast<Kel16s>(w.yu);
@@ -446,12 +448,12 @@ struct Estimate {
 KEL_G726_INLINE Estimate estimate(const Work& w) {
     Estimate e;
     // Y = (1 - AL) * YL + AL * YU with AL = AP / 4 limited to 1 (Q6): the
-    // difference YU - YL/64 in sign-magnitude, its magnitude multiplied.
-    const int al = w.ap >= 256 ? 64 : w.ap >> 2;
+    // difference YU - YL/64 in sign-magnitude, its magnitude multiplied and
+    // truncated, i.e. the product divided by 64 rounding towards zero (AL
+    // is not negative: AP is 10 bits from the first sample on).
+    const int al = (w.ap < 256 ? w.ap : 256) >> 2;
     const int ylInt = (w.yl & 0x7FFFF) >> 6;
-    const int dif = w.yu - ylInt;
-    const int prod = ((dif < 0 ? -dif : dif) * al) >> 6;
-    e.y = (ylInt + (dif < 0 ? -prod : prod)) & 8191;
+    e.y = (ylInt + (w.yu - ylInt) * al / 64) & 8191;
 
     int zeros, pole2;
     predict(w.lanes, zeros, pole2);
@@ -559,7 +561,11 @@ KEL_G726_INLINE Kel16s adapt(Work& w, const Rate& r, int i, const Estimate& est)
     const int dml = (w.dml + ((4 * fi - w.dml) >> 7)) & 16383;
     const int dmDif = 4 * dms - dml;
     const bool steady = (est.y >= 1536) & ((dmDif < 0 ? -dmDif : dmDif) < (dml >> 3)) & !tdp;
-    const int ap = (w.ap + (((steady ? 0 : 512) - w.ap) >> 4)) & 1023;
+    // Both candidates are formed before the choice: the choice waits for Y
+    // and the averages, the candidates only for the previous AP.
+    const int apDown = (w.ap + ((-w.ap) >> 4)) & 1023;
+    const int apUp = (w.ap + ((512 - w.ap) >> 4)) & 1023;
+    const int ap = steady ? apDown : apUp;
 
     // 4.2.6 XOR, UPB, and the delay lines: DQ enters DQ1, SR enters SR1
     // (FLOATA, FLOATB; the magnitude of SR is taken modulo 2^15, so -32768
@@ -584,7 +590,6 @@ KEL_G726_INLINE Kel16s adapt(Work& w, const Rate& r, int i, const Estimate& est)
 
     w.pk2 = w.pk1;
     w.pk1 = pk0;
-    w.pk0 = pk0;
     w.sez = est.sez;
     w.yu = yu;
     w.yl = ylNew;
@@ -656,8 +661,10 @@ void encodeBlock(Codec& c, const Kel16s* pSrc, Kel8u* pDst, int len) {
     storeWork(w, c);
 }
 
-template <int kLevels>
-void decodeBlock(Codec& c, int law, const Kel8u* pSrc, Kel16s* pDst, int len) {
+// kLaw is the output law (kelPcmMuLaw, kelPcmALaw, or anything else for
+// linear), fixed per instantiation so that the loop does not test it.
+template <int kLevels, int kLaw>
+void decodeBlock(Codec& c, const Kel8u* pSrc, Kel16s* pDst, int len) {
     const Rate r = prepareRate(kRateTables[RateShape<kLevels>::kIndex]);
     const int mask = (1 << RateShape<kLevels>::kBits) - 1;
     Work w = loadWork(c);
@@ -667,7 +674,7 @@ void decodeBlock(Codec& c, int law, const Kel8u* pSrc, Kel16s* pDst, int len) {
         // the rate's tables.
         const int i = pSrc[j] & mask;
         const Kel16s sr = adapt<kLevels>(w, r, i, est);
-        pDst[j] = output<kLevels>(law, r, i, sr, est);
+        pDst[j] = output<kLevels>(kLaw, r, i, sr, est);
     }
     storeWork(w, c);
 }
@@ -684,12 +691,23 @@ void ownEncode_G726(Codec& c, const Kel16s* pSrc, Kel8u* pDst, int len) {
     }
 }
 
-void ownDecode_G726(Codec& c, int law, const Kel8u* pSrc, Kel16s* pDst, int len) {
+template <int kLaw>
+void decodeAtRate(Codec& c, const Kel8u* pSrc, Kel16s* pDst, int len) {
     switch (c.rate & (kRateCount - 1)) {
-        case 0: decodeBlock<1>(c, law, pSrc, pDst, len); break;
-        case 1: decodeBlock<3>(c, law, pSrc, pDst, len); break;
-        case 2: decodeBlock<7>(c, law, pSrc, pDst, len); break;
-        default: decodeBlock<15>(c, law, pSrc, pDst, len); break;
+        case 0: decodeBlock<1, kLaw>(c, pSrc, pDst, len); break;
+        case 1: decodeBlock<3, kLaw>(c, pSrc, pDst, len); break;
+        case 2: decodeBlock<7, kLaw>(c, pSrc, pDst, len); break;
+        default: decodeBlock<15, kLaw>(c, pSrc, pDst, len); break;
+    }
+}
+
+void ownDecode_G726(Codec& c, int law, const Kel8u* pSrc, Kel16s* pDst, int len) {
+    if (law == kelPcmMuLaw) {
+        decodeAtRate<kelPcmMuLaw>(c, pSrc, pDst, len);
+    } else if (law == kelPcmALaw) {
+        decodeAtRate<kelPcmALaw>(c, pSrc, pDst, len);
+    } else {
+        decodeAtRate<kelPcmLinear>(c, pSrc, pDst, len);
     }
 }
 
