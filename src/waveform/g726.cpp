@@ -477,6 +477,27 @@ KEL_G726_INLINE int quantize(const Rate& r, Kel16s d, int y) {
     return r.codes[d < 0][n];
 }
 
+// |DQ| of a code word, and the same in the floating format of FLOATA when
+// the caller forms it (adapt's kFloatGiven; otherwise adapt forms it where
+// it is needed).
+struct Reconstructed {
+    int mag;
+    int floatForm;
+};
+
+// G.726 4.2.3 RECONST, ADDA, ANTILOG: |DQ| for code word i at scale factor
+// y. Log values whose 12-bit sum is negative reconstruct as 0. The exponent
+// stays <= 14 from any state Init can lead to; the limit only keeps a
+// corrupted state from shifting by a negative count.
+KEL_G726_INLINE Reconstructed reconstruct(const RateTable& t, int i, int y) {
+    const int dql = (t.dqln[i] + (y >> 2)) & 4095;
+    const int dqExp = (dql >> 7) < 14 ? (dql >> 7) : 14;
+    Reconstructed rec;
+    rec.mag = ((((dql & 127) + 128) << 7) >> (14 - dqExp)) & -static_cast<int>(dql < 2048);
+    rec.floatForm = 0;
+    return rec;
+}
+
 // The pole coefficients A1, A2 (Q14) after an update.
 struct PoleUpdate {
     int a1;
@@ -507,16 +528,10 @@ KEL_G726_INLINE PoleUpdate updatePoles(int a1, int a2, bool moving, int differs1
 // inverse quantizer, scale factor and speed adaptation, predictor update,
 // tone and transition detection, and the shift of the delay lines. Returns
 // the reconstructed signal SR (16-bit two's complement).
-template <int kLevels>
-KEL_G726_INLINE Kel16s adapt(Work& w, const Rate& r, int i, const Estimate& est) {
+template <int kLevels, bool kFloatGiven>
+KEL_G726_INLINE Kel16s adapt(Work& w, const Rate& r, int i, const Estimate& est, Reconstructed rec) {
     const RateTable& t = *r.t;
-    // 4.2.3 RECONST, ADDA, ANTILOG: DQ in sign-magnitude. Log values whose
-    // 12-bit sum is negative reconstruct as 0. The exponent stays <= 14 from
-    // any state Init can lead to; the limit only keeps a corrupted state from
-    // shifting by a negative count.
-    const int dql = (t.dqln[i] + (est.y >> 2)) & 4095;
-    const int dqExp = (dql >> 7) < 14 ? (dql >> 7) : 14;
-    const int dqMag = ((((dql & 127) + 128) << 7) >> (14 - dqExp)) & -static_cast<int>(dql < 2048);
+    const int dqMag = rec.mag;
     const int dqSign = (i >> (RateShape<kLevels>::kBits - 1)) & 1;
     const int dq = negateIf(dqMag, dqSign);
 
@@ -570,7 +585,8 @@ KEL_G726_INLINE Kel16s adapt(Work& w, const Rate& r, int i, const Estimate& est)
     // 4.2.6 XOR, UPB, and the delay lines: DQ enters DQ1, SR enters SR1
     // (FLOATA, FLOATB; the magnitude of SR is taken modulo 2^15, so -32768
     // is a negative zero).
-    updateLanes(w.lanes, r.leak, dqMag != 0, dqSign, a2p, toFloat(dqMag), w.sr1Float, w.sr1Neg);
+    updateLanes(w.lanes, r.leak, dqMag != 0, dqSign, a2p, kFloatGiven ? rec.floatForm : toFloat(dqMag), w.sr1Float,
+                w.sr1Neg);
     w.sr1Neg = sr < 0;
     w.sr1Float = toFloat(w.sr1Neg ? -sr & 32767 : sr);
     w.td = tdp;
@@ -647,16 +663,118 @@ Codec initialCodec(int rateIdx) {
     return c;
 }
 
+#if KEL_G726_SSE2
+
+// The encoder's quantizer in the linear domain, with the reconstruction of
+// every interval formed before the interval is known (SSE2).
+//
+// The decision DLN >= L of 4.2.2 QUAN, with DLN = DL - Y/4 and DL the
+// log of |D| by LOG (exponent e and 7 fraction bits), is DL >= T with
+// T = L + Y/4. DL is the floor of a continuous increasing function of |D|
+// that equals T = 128 e + f (0 <= f < 128) at |D| = (128 + f) 2^(e - 7); so
+// for |D| >= 1, DL >= T exactly when |D| >= (128 + f) 2^(e - 7). That
+// number is the float whose bits are (T << 16) + (127 << 23) (exponent e,
+// fraction f / 128), formed from Y by one integer addition per four levels;
+// for T <= 0 it is at most 1, so |D| = 0, whose DL is that of 1, is taken
+// as 1. The count of levels passed is then a compare of floats.
+//
+// ANTILOG of 4.2.3 is the same float read the other way: with DQL = DQLN +
+// Y/4 = 128 e + f, |DQ| = floor((128 + f) 2^(e - 7)), the truncating
+// conversion of the float with bits (DQL << 16) + (127 << 23).
+template <int kLevels>
+struct Intervals {
+    static constexpr int kRegs = (kLevels + 4) / 4;  // 4-lane registers for kLevels + 1 intervals
+    __m128i levelBits[kRegs];  // (L << 16) + (127 << 23) per decision level; past the last, unreachable
+    __m128i dqln[kRegs];       // DQLN of each interval's code word
+};
+
+template <int kLevels>
+KEL_G726_INLINE Intervals<kLevels> prepareIntervals(const RateTable& t) {
+    constexpr int kLanes = 4 * Intervals<kLevels>::kRegs;
+    alignas(16) int32_t bits[kLanes];
+    alignas(16) int32_t dqln[kLanes];
+    for (int k = 0; k < kLanes; ++k) {
+        // 2^20 is above any |D| even after Y/4 is added.
+        bits[k] = k < kLevels ? t.levels[k] * 65536 + (127 << 23) : (147 << 23);
+        dqln[k] = k <= kLevels ? t.dqln[t.codePositive[k]] : 0;
+    }
+    Intervals<kLevels> iv;
+    for (int k = 0; k < Intervals<kLevels>::kRegs; ++k) {
+        iv.levelBits[k] = _mm_load_si128(reinterpret_cast<const __m128i*>(bits + 4 * k));
+        iv.dqln[k] = _mm_load_si128(reinterpret_cast<const __m128i*>(dqln + 4 * k));
+    }
+    return iv;
+}
+
+// |DQ| and its floating form (FLOATA) for every interval at scale factor y,
+// stored by interval. The exponent limit of reconstruct() is kept: a DQL
+// of 1920..2047 (exponent 15, from a corrupted state only) loses 128.
+template <int kLevels>
+KEL_G726_INLINE void reconstructAll(const Intervals<kLevels>& iv, __m128i yq, int32_t* mag, int32_t* floatForm) {
+    const __m128i limit = _mm_set1_epi32(2048);
+    const __m128i top = _mm_set1_epi32(1919);
+    for (int k = 0; k < Intervals<kLevels>::kRegs; ++k) {
+        __m128i dql = _mm_and_si128(_mm_add_epi32(iv.dqln[k], yq), _mm_set1_epi32(4095));
+        const __m128i valid = _mm_cmplt_epi32(dql, limit);
+        dql = _mm_sub_epi32(dql, _mm_and_si128(_mm_and_si128(_mm_cmpgt_epi32(dql, top), valid), _mm_set1_epi32(128)));
+        const __m128i bits = _mm_add_epi32(_mm_slli_epi32(dql, 16), _mm_set1_epi32(127 << 23));
+        const __m128i m = _mm_and_si128(_mm_cvttps_epi32(_mm_castsi128_ps(bits)), valid);
+        // FLOATA from the float of |DQ|: bits >> 18 is t = (127 + e) * 32 + the
+        // five fraction bits below the leading one, and the format is
+        // (e + 1) * 64 + 32 + those bits, i.e. 2t - (t & 31) - 126 * 64 + 32;
+        // zero is 32.
+        const __m128i tt = _mm_srli_epi32(_mm_castps_si128(_mm_cvtepi32_ps(m)), 18);
+        const __m128i form = _mm_sub_epi32(_mm_sub_epi32(_mm_slli_epi32(tt, 1), _mm_and_si128(tt, _mm_set1_epi32(31))),
+                                           _mm_set1_epi32(126 * 64));
+        _mm_store_si128(reinterpret_cast<__m128i*>(mag + 4 * k), m);
+        _mm_store_si128(reinterpret_cast<__m128i*>(floatForm + 4 * k),
+                        _mm_add_epi32(_mm_and_si128(form, valid), _mm_set1_epi32(32)));
+    }
+}
+
+// The interval of D: the number of decision levels whose linear threshold
+// |D| reaches. The thresholds ascend, so those reached are a prefix.
+template <int kLevels>
+KEL_G726_INLINE int intervalLinear(const Intervals<kLevels>& iv, __m128i yBits, int mag) {
+    const __m128 m = _mm_set1_ps(static_cast<float>(mag));
+    __m128i ge[Intervals<kLevels>::kRegs];
+    for (int k = 0; k < Intervals<kLevels>::kRegs; ++k)
+        ge[k] = _mm_castps_si128(_mm_cmpge_ps(m, _mm_castsi128_ps(_mm_add_epi32(iv.levelBits[k], yBits))));
+    if (Intervals<kLevels>::kRegs == 1) return __builtin_ctz(~_mm_movemask_ps(_mm_castsi128_ps(ge[0])));
+    if (Intervals<kLevels>::kRegs == 2)
+        return __builtin_ctz(~_mm_movemask_epi8(_mm_packs_epi32(ge[0], ge[1 % Intervals<kLevels>::kRegs]))) >> 1;
+    const __m128i lo = _mm_packs_epi32(ge[0], ge[1 % Intervals<kLevels>::kRegs]);
+    const __m128i hi = _mm_packs_epi32(ge[2 % Intervals<kLevels>::kRegs], ge[3 % Intervals<kLevels>::kRegs]);
+    return __builtin_ctz(~_mm_movemask_epi8(_mm_packs_epi16(lo, hi)));
+}
+
+#endif
+
 template <int kLevels>
 void encodeBlock(Codec& c, const Kel16s* pSrc, Kel8u* pDst, int len) {
     const Rate r = prepareRate(kRateTables[RateShape<kLevels>::kIndex]);
+#if KEL_G726_SSE2
+    const Intervals<kLevels> iv = prepareIntervals<kLevels>(*r.t);
+    alignas(16) int32_t dqMag[4 * Intervals<kLevels>::kRegs];
+    alignas(16) int32_t dqFloat[4 * Intervals<kLevels>::kRegs];
+#endif
     Work w = loadWork(c);
     for (int j = 0; j < len; ++j) {
         const Estimate est = estimate(w);
         // 4.2.1 SUBTA: D = SL - SE, 16-bit two's complement.
-        const int i = quantize<kLevels>(r, wrap16(pSrc[j] - est.se), est.y);
+        const Kel16s d = wrap16(pSrc[j] - est.se);
+#if KEL_G726_SSE2
+        const __m128i yq = _mm_set1_epi32(est.y >> 2);
+        reconstructAll<kLevels>(iv, yq, dqMag, dqFloat);
+        const int n = intervalLinear<kLevels>(iv, _mm_slli_epi32(yq, 16), clamp(d < 0 ? -d : d, 1, kMax16));
+        const int i = r.codes[d < 0][n];
+        const Reconstructed rec = {dqMag[n], dqFloat[n]};
+#else
+        const int i = quantize<kLevels>(r, d, est.y);
+        const Reconstructed rec = reconstruct(*r.t, i, est.y);
+#endif
         pDst[j] = static_cast<Kel8u>(i);
-        adapt<kLevels>(w, r, i, est);
+        adapt<kLevels, KEL_G726_SSE2 != 0>(w, r, i, est, rec);
     }
     storeWork(w, c);
 }
@@ -673,7 +791,7 @@ void decodeBlock(Codec& c, const Kel8u* pSrc, Kel16s* pDst, int len) {
         // Only the code word's n bits are used, so any byte indexes inside
         // the rate's tables.
         const int i = pSrc[j] & mask;
-        const Kel16s sr = adapt<kLevels>(w, r, i, est);
+        const Kel16s sr = adapt<kLevels, false>(w, r, i, est, reconstruct(*r.t, i, est.y));
         pDst[j] = output<kLevels>(kLaw, r, i, sr, est);
     }
     storeWork(w, c);
