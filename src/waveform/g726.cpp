@@ -133,31 +133,75 @@ KEL_G726_INLINE int fmult(int coef, int value, int valueNeg) {
 }
 
 // ---------------------------------------------------------------------------
-// The predictor's terms but one, as eight lanes: coefficients B1..B6 and A2
-// (Q14) with the delayed values they multiply, DQ1..DQ6 and SR2, kept in the
-// floating format of FLOATA / FLOATB (exponent bits 6..9, mantissa bits
-// 0..5) with a sign as a mask (0 or -1); lane 6 is not used.
+// The zero section of the predictor as lanes 0..5 of eight: coefficients
+// B1..B6 (Q14) with the delayed values they multiply, DQ1..DQ6, kept in the
+// floating format of FLOATA (exponent bits 6..9, mantissa bits 0..5) with a
+// sign as a mask (0 or -1); lanes 6 and 7 are not used.
 //
-// The remaining term, A1 times SR1, is computed apart (fmult above): SR1 is
-// the reconstructed signal of the sample just coded, the last value of each
-// sample to be known, and the only one every next sample waits for. Kept
-// out of the lanes, it does not hold up the other seven products.
+// The pole section, A1 times SR1 and A2 times SR2, is computed apart
+// (fmult above). A1 and A2 follow the sign of P = DQ + SEZ, known only once
+// the zero section's sum SEZ is, and SR1 is the last value of each sample
+// to be known; kept out of the lanes, neither holds up the six products,
+// whose coefficients depend only on the sign of DQ and whether it is 0.
 //
-// With SSE2 (every x86-64 processor) the lanes are three 8 x 16-bit
-// registers for the whole call; elsewhere arrays.
+// With SSE2 (every x86-64 processor) the lanes are 8 x 16-bit registers
+// for the whole call, and the coefficients are also kept taken apart into
+// the mantissa, exponent and sign that FMULT multiplies: the encoder forms
+// those of the three coefficient sets the next sample can have (DQ > 0,
+// DQ < 0, DQ = 0) before its code word is known, and picks one by a load
+// once it is. Elsewhere the lanes are arrays.
 // ---------------------------------------------------------------------------
 
 #if KEL_G726_SSE2
 
-struct Lanes {
-    __m128i coef;
-    __m128i value;
+// The 16-bit value v in every lane.
+inline __m128i broadcast16(int v) {
+    return _mm_shuffle_epi32(_mm_cvtsi32_si128(static_cast<int>((static_cast<uint32_t>(v) & 0xFFFF) * 0x10001u)), 0);
+}
+
+// FMULT's view of eight coefficients: |An >> 2| modulo 2^13 (so -32768 has
+// magnitude 0) in the floating format, mantissa (6 bits with the leading
+// one) and exponent minus 19 (the scale of the product), and the sign of An
+// as a mask.
+//
+// SSE2 has no per-lane leading-zero count, so the processor's float
+// format does it, exactly here: an integer below 2^24 converts to float
+// exactly, its biased exponent E gives the bit length (E - 126) and the
+// five bits after the leading one are the top of the float's fraction.
+struct CoefForm {
+    __m128i mant;
+    __m128i scale;
     __m128i neg;
+};
+
+KEL_G726_INLINE CoefForm coefForm(__m128i coef) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i a = _mm_srai_epi16(coef, 2);
+    CoefForm f;
+    f.neg = _mm_srai_epi16(coef, 15);
+    const __m128i mag = _mm_and_si128(_mm_sub_epi16(_mm_xor_si128(a, f.neg), f.neg), _mm_set1_epi16(8191));
+    // bits >> 18 of the float is E * 32 + the top five fraction bits.
+    const __m128i fLo = _mm_castps_si128(_mm_cvtepi32_ps(_mm_unpacklo_epi16(mag, zero)));
+    const __m128i fHi = _mm_castps_si128(_mm_cvtepi32_ps(_mm_unpackhi_epi16(mag, zero)));
+    const __m128i top = _mm_packs_epi32(_mm_srli_epi32(fLo, 18), _mm_srli_epi32(fHi, 18));
+    f.mant = _mm_or_si128(_mm_and_si128(top, _mm_set1_epi16(31)), _mm_set1_epi16(32));
+    // Bit length E - 126; zero (E = 0) has exponent 0.
+    const __m128i e = _mm_max_epi16(_mm_sub_epi16(_mm_srli_epi16(top, 5), _mm_set1_epi16(126)), zero);
+    f.scale = _mm_sub_epi16(e, _mm_set1_epi16(19));
+    return f;
+}
+
+struct Lanes {
+    __m128i coef;   // B1..B6
+    CoefForm form;  // the same taken apart for FMULT
+    __m128i value;  // DQ1..DQ6 in the floating format
+    __m128i neg;    // their signs as masks
 };
 
 inline Lanes loadLanes(const Codec& c) {
     Lanes l;
     l.coef = _mm_loadu_si128(reinterpret_cast<const __m128i*>(c.coef));
+    l.form = coefForm(l.coef);
     l.value = _mm_loadu_si128(reinterpret_cast<const __m128i*>(c.mag));
     // A stored sign is 0 or 1 (1 = negative); any other value counts as negative, as in the scalar form.
     const __m128i zero = _mm_setzero_si128();
@@ -166,53 +210,29 @@ inline Lanes loadLanes(const Codec& c) {
     return l;
 }
 
+// Lanes 6 and 7 of the state are written by the caller afterwards.
 inline void storeLanes(const Lanes& l, Codec& c) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(c.coef), l.coef);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(c.mag), l.value);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(c.sign), _mm_srli_epi16(l.neg, 15));
 }
 
-// The 16-bit value v in every lane.
-inline __m128i broadcast16(int v) {
-    return _mm_shuffle_epi32(_mm_cvtsi32_si128(static_cast<int>((static_cast<uint32_t>(v) & 0xFFFF) * 0x10001u)), 0);
-}
-
-// G.726 4.2.6 FMULT for the lanes at once, then ACCUM: the zero section's
-// sum (lanes 0..5) and the A2 term (lane 7), as exact integers.
+// G.726 4.2.6 FMULT for the lanes at once, then the zero section's ACCUM
+// (lanes 0..5), as an exact integer.
 //
-// FMULT takes the coefficient's magnitude |An >> 2| (13 bits) to the
-// floating format, multiplies the 6-bit mantissas with rounding,
-// (m1 * m2 + 48) >> 4, and scales the product by 2^(e1 + e2 - 19),
-// truncating, to a 15-bit magnitude (bits above 15 are dropped).
-//
-// SSE2 has no per-lane shifts or leading-zero counts, so both are done
-// with the processor's float format, where they are exact here: an
-// integer below 2^24 converts to float exactly, its biased exponent E
-// gives the bit length (E - 126) and the five bits after the leading one
-// are the top of the float's fraction; and a float times a power of two is
-// an addition to its exponent field, the truncating conversion back to an
-// integer giving the floor.
-KEL_G726_INLINE void predict(const Lanes& l, int& zeros, int& pole2) {
+// The mantissas multiply with rounding, (m1 * m2 + 48) >> 4, and the
+// product is scaled by 2^(e1 + e2 - 19), truncating, to a 15-bit magnitude
+// (bits above 15 are dropped). The scaling is done in the float format,
+// where a float times a power of two is an addition to its exponent field,
+// the truncating conversion back to an integer giving the floor.
+KEL_G726_INLINE int predictZeros(const Lanes& l) {
     const __m128i zero = _mm_setzero_si128();
-    // |An >> 2| modulo 2^13 (so -32768 has magnitude 0), and the sign of An.
-    const __m128i a = _mm_srai_epi16(l.coef, 2);
-    const __m128i coefNeg = _mm_srai_epi16(l.coef, 15);
-    const __m128i coefMag = _mm_and_si128(_mm_sub_epi16(_mm_xor_si128(a, coefNeg), coefNeg), _mm_set1_epi16(8191));
-
-    // The magnitude as float: bits >> 18 is E * 32 + the top five fraction bits.
-    const __m128i fLo = _mm_castps_si128(_mm_cvtepi32_ps(_mm_unpacklo_epi16(coefMag, zero)));
-    const __m128i fHi = _mm_castps_si128(_mm_cvtepi32_ps(_mm_unpackhi_epi16(coefMag, zero)));
-    const __m128i top = _mm_packs_epi32(_mm_srli_epi32(fLo, 18), _mm_srli_epi32(fHi, 18));
-    const __m128i coefMant = _mm_or_si128(_mm_and_si128(top, _mm_set1_epi16(31)), _mm_set1_epi16(32));
-    // Bit length E - 126; zero (E = 0) has exponent 0.
-    const __m128i coefExp = _mm_max_epi16(_mm_sub_epi16(_mm_srli_epi16(top, 5), _mm_set1_epi16(126)), zero);
-
     const __m128i valueExp = _mm_and_si128(_mm_srli_epi16(l.value, 6), _mm_set1_epi16(15));
     const __m128i valueMant = _mm_and_si128(l.value, _mm_set1_epi16(63));
 
     // Mantissa product (3..251) and the scale 2^(e - 19), e = 0..28.
-    const __m128i m = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(coefMant, valueMant), _mm_set1_epi16(48)), 4);
-    const __m128i scale = _mm_sub_epi16(_mm_add_epi16(coefExp, valueExp), _mm_set1_epi16(19));
+    const __m128i m = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(l.form.mant, valueMant), _mm_set1_epi16(48)), 4);
+    const __m128i scale = _mm_add_epi16(l.form.scale, valueExp);
 
     // m * 2^(e - 19) as float (m >= 3, so the result stays a normal
     // number), truncated, modulo 2^15. The scale enters the exponent field
@@ -227,53 +247,68 @@ KEL_G726_INLINE void predict(const Lanes& l, int& zeros, int& pole2) {
     const __m128i mag = _mm_packs_epi32(magLo, magHi);
 
     // The product is negative when exactly one factor is.
-    const __m128i prodNeg = _mm_xor_si128(l.neg, coefNeg);
+    const __m128i prodNeg = _mm_xor_si128(l.neg, l.form.neg);
     const __m128i prod = _mm_sub_epi16(_mm_xor_si128(mag, prodNeg), prodNeg);
 
-    // Pair sums (lanes 0+1, 2+3, 4+5, and lane 7 alone), then the zero section.
-    const __m128i pairs = _mm_madd_epi16(prod, _mm_setr_epi16(1, 1, 1, 1, 1, 1, 0, 1));
+    // Pair sums (lanes 0+1, 2+3, 4+5), then their sum.
+    const __m128i pairs = _mm_madd_epi16(prod, _mm_setr_epi16(1, 1, 1, 1, 1, 1, 0, 0));
     const __m128i firstTwo = _mm_add_epi32(pairs, _mm_srli_si128(pairs, 4));
-    const __m128i firstThree = _mm_add_epi32(firstTwo, _mm_srli_si128(pairs, 8));
-    zeros = _mm_cvtsi128_si32(firstThree);
-    pole2 = _mm_cvtsi128_si32(_mm_srli_si128(pairs, 12));
+    return _mm_cvtsi128_si32(_mm_add_epi32(firstTwo, _mm_srli_si128(pairs, 8)));
 }
 
 // G.726 4.2.6 XOR, UPB for B1..B6: each Bk leaks 2^-leakShift and, unless DQ
 // is 0, gains +2^-7 when the signs of DQ and DQk agree, -2^-7 when they
-// differ; 16-bit wrap-around as the register. A2 replaces lane 7. Then the
-// delay line shifts by one: DQ enters lane 0, and the SR1 of the sample
-// before (sr2, now SR2) lane 7.
-KEL_G726_INLINE void updateLanes(Lanes& l, __m128i leak, bool dqNonZero, int dqNeg, int a2, int dqFloat, int sr2Float,
-                                 int sr2Neg) {
+// differ; 16-bit wrap-around as the register. Then the delay line shifts
+// by one and DQ enters lane 0.
+//
+// The three sets the coefficients can become (DQ > 0, DQ < 0, DQ = 0) are
+// formed from the previous ones alone and the set is picked by DQ; with
+// kFormsAhead their FMULT forms too, so that they are ready before DQ is
+// known (the encoder, where DQ is the last thing known), otherwise only the
+// chosen set is taken apart (the decoder, which knows DQ early and gains
+// nothing by forming three).
+template <bool kFormsAhead>
+KEL_G726_INLINE void updateLanes(Lanes& l, __m128i leak, bool dqNonZero, int dqNeg, int dqFloat) {
     const __m128i leaked = _mm_sub_epi16(l.coef, _mm_sra_epi16(l.coef, leak));
-    // +128 where DQk >= 0, -128 where DQk < 0; negated for a negative DQ.
+    // +128 where DQk >= 0, -128 where DQk < 0.
     const __m128i towards = _mm_sub_epi16(_mm_xor_si128(_mm_set1_epi16(128), l.neg), l.neg);
-    const __m128i dqMask = broadcast16(-dqNeg);
-    const __m128i step =
-        _mm_and_si128(_mm_sub_epi16(_mm_xor_si128(towards, dqMask), dqMask), broadcast16(dqNonZero ? -1 : 0));
-    l.coef = _mm_insert_epi16(_mm_add_epi16(leaked, step), a2, 7);
-
-    __m128i value = _mm_slli_si128(l.value, 2);
-    value = _mm_insert_epi16(value, dqFloat, 0);
-    l.value = _mm_insert_epi16(value, sr2Float, 7);
-    __m128i neg = _mm_slli_si128(l.neg, 2);
-    neg = _mm_insert_epi16(neg, -dqNeg, 0);
-    l.neg = _mm_insert_epi16(neg, -sr2Neg, 7);
+    const int pick = dqNonZero ? dqNeg : 2;
+    if (kFormsAhead) {
+        Lanes sets[3];
+        sets[0].coef = _mm_add_epi16(leaked, towards);
+        sets[1].coef = _mm_sub_epi16(leaked, towards);
+        sets[2].coef = leaked;
+        for (Lanes& s : sets) s.form = coefForm(s.coef);
+        l.coef = sets[pick].coef;
+        l.form = sets[pick].form;
+    } else {
+        __m128i sets[3];
+        sets[0] = _mm_add_epi16(leaked, towards);
+        sets[1] = _mm_sub_epi16(leaked, towards);
+        sets[2] = leaked;
+        l.coef = sets[pick];
+        l.form = coefForm(l.coef);
+    }
+    l.value = _mm_insert_epi16(_mm_slli_si128(l.value, 2), dqFloat, 0);
+    l.neg = _mm_insert_epi16(_mm_slli_si128(l.neg, 2), -dqNeg, 0);
 }
 
-inline void clearCoefficients(Lanes& l) { l.coef = _mm_setzero_si128(); }
+inline void clearCoefficients(Lanes& l) {
+    l.coef = _mm_setzero_si128();
+    l.form = coefForm(l.coef);
+}
 
 #else  // portable form of the same lanes
 
 struct Lanes {
-    int coef[8];
-    int value[8];
-    int neg[8];
+    int coef[6];
+    int value[6];
+    int neg[6];
 };
 
 inline Lanes loadLanes(const Codec& c) {
     Lanes l;
-    for (int k = 0; k < 8; ++k) {
+    for (int k = 0; k < 6; ++k) {
         l.coef[k] = c.coef[k];
         l.value[k] = c.mag[k];
         l.neg[k] = c.sign[k] != 0 ? -1 : 0;
@@ -281,39 +316,37 @@ inline Lanes loadLanes(const Codec& c) {
     return l;
 }
 
+// Lanes 6 and 7 of the state are written by the caller afterwards.
 inline void storeLanes(const Lanes& l, Codec& c) {
-    for (int k = 0; k < 8; ++k) {
+    for (int k = 0; k < 6; ++k) {
         c.coef[k] = static_cast<Kel16s>(l.coef[k]);
         c.mag[k] = static_cast<Kel16s>(l.value[k]);
         c.sign[k] = static_cast<Kel16s>(l.neg[k] & 1);
     }
 }
 
-// ACCUM: the zero section's sum (lanes 0..5) and the A2 term (lane 7).
-KEL_G726_INLINE void predict(const Lanes& l, int& zeros, int& pole2) {
-    zeros = 0;
+// ACCUM: the zero section's sum.
+KEL_G726_INLINE int predictZeros(const Lanes& l) {
+    int zeros = 0;
     for (int k = 0; k < 6; ++k) zeros += fmult(l.coef[k], l.value[k], l.neg[k]);
-    pole2 = fmult(l.coef[7], l.value[7], l.neg[7]);
+    return zeros;
 }
 
-// G.726 4.2.6 XOR, UPB and the shift of the delay lines; see the SSE2 form.
-KEL_G726_INLINE void updateLanes(Lanes& l, int leak, bool dqNonZero, int dqNeg, int a2, int dqFloat, int sr2Float,
-                                 int sr2Neg) {
+// G.726 4.2.6 XOR, UPB and the shift of the delay line; see the SSE2 form.
+template <bool kFormsAhead>
+KEL_G726_INLINE void updateLanes(Lanes& l, int leak, bool dqNonZero, int dqNeg, int dqFloat) {
     for (int k = 0; k < 6; ++k) {
         const int b = l.coef[k];
         int bt = b - (b >> leak);
         if (dqNonZero) bt += (dqNeg != 0) != (l.neg[k] != 0) ? -128 : 128;
         l.coef[k] = wrap16(bt);
     }
-    l.coef[7] = a2;
     for (int k = 5; k > 0; --k) {
         l.value[k] = l.value[k - 1];
         l.neg[k] = l.neg[k - 1];
     }
     l.value[0] = dqFloat;
     l.neg[0] = -dqNeg;
-    l.value[7] = sr2Float;
-    l.neg[7] = -sr2Neg;
 }
 
 inline void clearCoefficients(Lanes& l) {
@@ -337,10 +370,12 @@ struct Work {
     int dms, dml;  // short- and long-term averages of F(I)
     int td;        // tone flag
     int sez;       // SEZ of the last sample
-    int a1, a2;    // A1, A2 (A2 also in lane 7)
+    int a1, a2;    // A1, A2
     int sr1Float;  // SR1 in the floating format
     int sr1Neg;    // its sign, 1 = negative
-    Lanes lanes;   // B1..B6, A2 and DQ1..DQ6, SR2
+    int sr2Float;  // SR2 in the floating format
+    int sr2Neg;    // its sign, 1 = negative
+    Lanes lanes;   // B1..B6 and DQ1..DQ6
 };
 
 Work loadWork(const Codec& c) {
@@ -358,6 +393,8 @@ Work loadWork(const Codec& c) {
     w.a2 = c.coef[7];
     w.sr1Float = c.mag[6];
     w.sr1Neg = c.sign[6] != 0;
+    w.sr2Float = c.mag[7];
+    w.sr2Neg = c.sign[7] != 0;
     w.lanes = loadLanes(c);
     return w;
 }
@@ -379,6 +416,8 @@ void storeWork(const Work& w, Codec& c) {
     c.coef[7] = static_cast<Kel16s>(w.a2);
     c.mag[6] = static_cast<Kel16s>(w.sr1Float);
     c.sign[6] = static_cast<Kel16s>(w.sr1Neg);
+    c.mag[7] = static_cast<Kel16s>(w.sr2Float);
+    c.sign[7] = static_cast<Kel16s>(w.sr2Neg);
 }
 
 // What a call needs of its rate, prepared once per call.
@@ -455,9 +494,9 @@ KEL_G726_INLINE Estimate estimate(const Work& w) {
     const int ylInt = (w.yl & 0x7FFFF) >> 6;
     e.y = (ylInt + (w.yu - ylInt) * al / 64) & 8191;
 
-    int zeros, pole2;
-    predict(w.lanes, zeros, pole2);
+    const int zeros = predictZeros(w.lanes);
     const int pole1 = fmult(w.a1, w.sr1Float, w.sr1Neg);
+    const int pole2 = fmult(w.a2, w.sr2Float, w.sr2Neg);
     // The sums wrap at 16 bits and are halved into 15-bit estimates.
     e.sez = wrap16(zeros) >> 1;
     e.se = wrap16(zeros + pole2 + pole1) >> 1;
@@ -528,7 +567,7 @@ KEL_G726_INLINE PoleUpdate updatePoles(int a1, int a2, bool moving, int differs1
 // inverse quantizer, scale factor and speed adaptation, predictor update,
 // tone and transition detection, and the shift of the delay lines. Returns
 // the reconstructed signal SR (16-bit two's complement).
-template <int kLevels, bool kFloatGiven>
+template <int kLevels, bool kFloatGiven, bool kFormsAhead>
 KEL_G726_INLINE Kel16s adapt(Work& w, const Rate& r, int i, const Estimate& est, Reconstructed rec) {
     const RateTable& t = *r.t;
     const int dqMag = rec.mag;
@@ -585,8 +624,9 @@ KEL_G726_INLINE Kel16s adapt(Work& w, const Rate& r, int i, const Estimate& est,
     // 4.2.6 XOR, UPB, and the delay lines: DQ enters DQ1, SR enters SR1
     // (FLOATA, FLOATB; the magnitude of SR is taken modulo 2^15, so -32768
     // is a negative zero).
-    updateLanes(w.lanes, r.leak, dqMag != 0, dqSign, a2p, kFloatGiven ? rec.floatForm : toFloat(dqMag), w.sr1Float,
-                w.sr1Neg);
+    updateLanes<kFormsAhead>(w.lanes, r.leak, dqMag != 0, dqSign, kFloatGiven ? rec.floatForm : toFloat(dqMag));
+    w.sr2Float = w.sr1Float;
+    w.sr2Neg = w.sr1Neg;
     w.sr1Neg = sr < 0;
     w.sr1Float = toFloat(w.sr1Neg ? -sr & 32767 : sr);
     w.td = tdp;
@@ -774,7 +814,7 @@ void encodeBlock(Codec& c, const Kel16s* pSrc, Kel8u* pDst, int len) {
         const Reconstructed rec = reconstruct(*r.t, i, est.y);
 #endif
         pDst[j] = static_cast<Kel8u>(i);
-        adapt<kLevels, KEL_G726_SSE2 != 0>(w, r, i, est, rec);
+        adapt<kLevels, KEL_G726_SSE2 != 0, true>(w, r, i, est, rec);
     }
     storeWork(w, c);
 }
@@ -791,7 +831,7 @@ void decodeBlock(Codec& c, const Kel8u* pSrc, Kel16s* pDst, int len) {
         // Only the code word's n bits are used, so any byte indexes inside
         // the rate's tables.
         const int i = pSrc[j] & mask;
-        const Kel16s sr = adapt<kLevels, false>(w, r, i, est, reconstruct(*r.t, i, est.y));
+        const Kel16s sr = adapt<kLevels, false, false>(w, r, i, est, reconstruct(*r.t, i, est.y));
         pDst[j] = output<kLevels>(kLaw, r, i, sr, est);
     }
     storeWork(w, c);
