@@ -516,6 +516,23 @@ KEL_G726_INLINE int quantize(const Rate& r, Kel16s d, int y) {
     return r.codes[d < 0][n];
 }
 
+// What the adaptation needs of a code word I: its sign bit, W(I) and F(I)
+// (4.2.4 FUNCTW, 4.2.5 FUNCTF).
+struct Code {
+    int sign;
+    int w;
+    int f;
+};
+
+template <int kLevels>
+KEL_G726_INLINE Code codeOf(const RateTable& t, int i) {
+    Code c;
+    c.sign = (i >> (RateShape<kLevels>::kBits - 1)) & 1;
+    c.w = t.w[i];
+    c.f = t.f[i];
+    return c;
+}
+
 // |DQ| of a code word, and the same in the floating format of FLOATA when
 // the caller forms it (adapt's kFloatGiven; otherwise adapt forms it where
 // it is needed).
@@ -568,17 +585,16 @@ KEL_G726_INLINE PoleUpdate updatePoles(int a1, int a2, bool moving, int differs1
 // tone and transition detection, and the shift of the delay lines. Returns
 // the reconstructed signal SR (16-bit two's complement).
 template <int kLevels, bool kFloatGiven, bool kFormsAhead>
-KEL_G726_INLINE Kel16s adapt(Work& w, const Rate& r, int i, const Estimate& est, Reconstructed rec) {
-    const RateTable& t = *r.t;
+KEL_G726_INLINE Kel16s adapt(Work& w, const Rate& r, const Code& code, const Estimate& est, Reconstructed rec) {
     const int dqMag = rec.mag;
-    const int dqSign = (i >> (RateShape<kLevels>::kBits - 1)) & 1;
+    const int dqSign = code.sign;
     const int dq = negateIf(dqMag, dqSign);
 
     // 4.2.4 FUNCTW, FILTD, LIMB: YU moves 1/32 of the way to W(I), limited
     // to 1.06..10.00. FILTE: YL moves 1/64 of the way to YU; the standard
     // forms YL/64 as -((-YL) >> 6), rounding it up.
     const int yl = w.yl & 0x7FFFF;
-    const int yut = (est.y + ((t.w[i] * 32 - est.y) >> 5)) & 8191;
+    const int yut = (est.y + ((code.w * 32 - est.y) >> 5)) & 8191;
     const int yu = clamp(yut, 544, 5120);
     const int ylNew = (yl + yu - ((yl + 63) >> 6)) & 0x7FFFF;
 
@@ -610,7 +626,7 @@ KEL_G726_INLINE Kel16s adapt(Work& w, const Rate& r, int i, const Estimate& est,
     // 4.2.5 FUNCTF, FILTA, FILTB: averages of F(I) with time constants 2^-5
     // and 2^-7. SUBTC, FILTC: AP moves 2^-4 of the way to 2 when the
     // averages differ, when Y is small (< 3) or on a tone, else towards 0.
-    const int fi = t.f[i] * 512;
+    const int fi = code.f * 512;
     const int dms = (w.dms + ((fi - w.dms) >> 5)) & 4095;
     const int dml = (w.dml + ((4 * fi - w.dml) >> 7)) & 16383;
     const int dmDif = 4 * dms - dml;
@@ -726,6 +742,12 @@ struct Intervals {
     static constexpr int kRegs = (kLevels + 4) / 4;  // 4-lane registers for kLevels + 1 intervals
     __m128i levelBits[kRegs];  // (L << 16) + (127 << 23) per decision level; past the last, unreachable
     __m128i dqln[kRegs];       // DQLN of each interval's code word
+    // W(I) and F(I) of each interval's code word, the same for both signs of
+    // D, and the sign bits of the code words by interval (bit n) for D >= 0
+    // and D < 0: the adaptation does not wait for the code word.
+    int w[4 * kRegs];
+    int f[4 * kRegs];
+    uint32_t signs[2];
 };
 
 template <int kLevels>
@@ -739,6 +761,17 @@ KEL_G726_INLINE Intervals<kLevels> prepareIntervals(const RateTable& t) {
         dqln[k] = k <= kLevels ? t.dqln[t.codePositive[k]] : 0;
     }
     Intervals<kLevels> iv;
+    iv.signs[0] = 0;
+    iv.signs[1] = 0;
+    for (int k = 0; k < kLanes; ++k) {
+        const int code = k <= kLevels ? t.codePositive[k] : 0;
+        iv.w[k] = t.w[code];
+        iv.f[k] = t.f[code];
+        if (k <= kLevels) {
+            iv.signs[0] |= static_cast<uint32_t>((t.codePositive[k] >> (t.bits - 1)) & 1) << k;
+            iv.signs[1] |= static_cast<uint32_t>((t.codeNegative[k] >> (t.bits - 1)) & 1) << k;
+        }
+    }
     for (int k = 0; k < Intervals<kLevels>::kRegs; ++k) {
         iv.levelBits[k] = _mm_load_si128(reinterpret_cast<const __m128i*>(bits + 4 * k));
         iv.dqln[k] = _mm_load_si128(reinterpret_cast<const __m128i*>(dqln + 4 * k));
@@ -807,14 +840,20 @@ void encodeBlock(Codec& c, const Kel16s* pSrc, Kel8u* pDst, int len) {
         const __m128i yq = _mm_set1_epi32(est.y >> 2);
         reconstructAll<kLevels>(iv, yq, dqMag, dqFloat);
         const int n = intervalLinear<kLevels>(iv, _mm_slli_epi32(yq, 16), clamp(d < 0 ? -d : d, 1, kMax16));
-        const int i = r.codes[d < 0][n];
+        const int neg = d < 0;
+        const int i = r.codes[neg][n];
+        Code code;
+        code.sign = static_cast<int>((iv.signs[neg] >> n) & 1);
+        code.w = iv.w[n];
+        code.f = iv.f[n];
         const Reconstructed rec = {dqMag[n], dqFloat[n]};
 #else
         const int i = quantize<kLevels>(r, d, est.y);
+        const Code code = codeOf<kLevels>(*r.t, i);
         const Reconstructed rec = reconstruct(*r.t, i, est.y);
 #endif
         pDst[j] = static_cast<Kel8u>(i);
-        adapt<kLevels, KEL_G726_SSE2 != 0, true>(w, r, i, est, rec);
+        adapt<kLevels, KEL_G726_SSE2 != 0, true>(w, r, code, est, rec);
     }
     storeWork(w, c);
 }
@@ -831,7 +870,8 @@ void decodeBlock(Codec& c, const Kel8u* pSrc, Kel16s* pDst, int len) {
         // Only the code word's n bits are used, so any byte indexes inside
         // the rate's tables.
         const int i = pSrc[j] & mask;
-        const Kel16s sr = adapt<kLevels, false, false>(w, r, i, est, reconstruct(*r.t, i, est.y));
+        const Kel16s sr =
+            adapt<kLevels, false, false>(w, r, codeOf<kLevels>(*r.t, i), est, reconstruct(*r.t, i, est.y));
         pDst[j] = output<kLevels>(kLaw, r, i, sr, est);
     }
     storeWork(w, c);
