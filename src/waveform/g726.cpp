@@ -122,14 +122,20 @@ inline Kel16s toFloat(int mag) {
 // coefficient magnitude is taken from An >> 2 modulo 2^13 (so -32768 has
 // magnitude 0); the mantissas multiply with rounding, (m1 * m2 + 48) >> 4,
 // and the product is scaled by 2^(e1 + e2 - 19), truncated, modulo 2^15.
-KEL_G726_INLINE int fmult(int coef, int value, int valueNeg) {
+// The value is given taken apart: exponent 0..15 and mantissa 32..63.
+KEL_G726_INLINE int fmultSplit(int coef, int valueExp, int valueMant, int valueNeg) {
     const int a = coef >> 2;
     const int coefMag = (coef < 0 ? -a : a) & 8191;
-    const int c = toFloat(coefMag);
-    const int e = (c >> 6) + ((value >> 6) & 15);
-    const int m = ((c & 63) * (value & 63) + 48) >> 4;
-    const int mag = static_cast<int>((static_cast<int64_t>(m) << (e + 7)) >> 26) & 32767;
+    const int coefExp = kel::bitLength(static_cast<uint32_t>(coefMag));
+    const int coefMant = ((coefMag << 6) >> coefExp) | 32;
+    const int m = (coefMant * valueMant + 48) >> 4;
+    const int mag = static_cast<int>((static_cast<int64_t>(m) << (coefExp + valueExp + 7)) >> 26) & 32767;
     return negateIf(mag, (valueNeg != 0) ^ (coef < 0));
+}
+
+// The value in the floating format: exponent bits 6..9, mantissa bits 0..5.
+KEL_G726_INLINE int fmult(int coef, int value, int valueNeg) {
+    return fmultSplit(coef, (value >> 6) & 15, value & 63, valueNeg);
 }
 
 // ---------------------------------------------------------------------------
@@ -371,11 +377,11 @@ struct Work {
     int td;        // tone flag
     int sez;       // SEZ of the last sample
     int a1, a2;    // A1, A2
-    int sr1Float;  // SR1 in the floating format
-    int sr1Neg;    // its sign, 1 = negative
-    int sr2Float;  // SR2 in the floating format
-    int sr2Neg;    // its sign, 1 = negative
-    Lanes lanes;   // B1..B6 and DQ1..DQ6
+    // SR1 and SR2 in the floating format of FLOATB taken apart (exponent,
+    // mantissa), and their signs (1 = negative).
+    int sr1Exp, sr1Mant, sr1Neg;
+    int sr2Exp, sr2Mant, sr2Neg;
+    Lanes lanes;  // B1..B6 and DQ1..DQ6
 };
 
 Work loadWork(const Codec& c) {
@@ -391,9 +397,11 @@ Work loadWork(const Codec& c) {
     w.sez = c.sez;
     w.a1 = c.coef[6];
     w.a2 = c.coef[7];
-    w.sr1Float = c.mag[6];
+    w.sr1Exp = (c.mag[6] >> 6) & 15;
+    w.sr1Mant = c.mag[6] & 63;
     w.sr1Neg = c.sign[6] != 0;
-    w.sr2Float = c.mag[7];
+    w.sr2Exp = (c.mag[7] >> 6) & 15;
+    w.sr2Mant = c.mag[7] & 63;
     w.sr2Neg = c.sign[7] != 0;
     w.lanes = loadLanes(c);
     return w;
@@ -414,9 +422,9 @@ void storeWork(const Work& w, Codec& c) {
     storeLanes(w.lanes, c);
     c.coef[6] = static_cast<Kel16s>(w.a1);
     c.coef[7] = static_cast<Kel16s>(w.a2);
-    c.mag[6] = static_cast<Kel16s>(w.sr1Float);
+    c.mag[6] = static_cast<Kel16s>((w.sr1Exp << 6) | w.sr1Mant);
     c.sign[6] = static_cast<Kel16s>(w.sr1Neg);
-    c.mag[7] = static_cast<Kel16s>(w.sr2Float);
+    c.mag[7] = static_cast<Kel16s>((w.sr2Exp << 6) | w.sr2Mant);
     c.sign[7] = static_cast<Kel16s>(w.sr2Neg);
 }
 
@@ -495,8 +503,8 @@ KEL_G726_INLINE Estimate estimate(const Work& w) {
     e.y = (ylInt + (w.yu - ylInt) * al / 64) & 8191;
 
     const int zeros = predictZeros(w.lanes);
-    const int pole1 = fmult(w.a1, w.sr1Float, w.sr1Neg);
-    const int pole2 = fmult(w.a2, w.sr2Float, w.sr2Neg);
+    const int pole1 = fmultSplit(w.a1, w.sr1Exp, w.sr1Mant, w.sr1Neg);
+    const int pole2 = fmultSplit(w.a2, w.sr2Exp, w.sr2Mant, w.sr2Neg);
     // The sums wrap at 16 bits and are halved into 15-bit estimates.
     e.sez = wrap16(zeros) >> 1;
     e.se = wrap16(zeros + pole2 + pole1) >> 1;
@@ -641,10 +649,13 @@ KEL_G726_INLINE Kel16s adapt(Work& w, const Rate& r, const Code& code, const Est
     // (FLOATA, FLOATB; the magnitude of SR is taken modulo 2^15, so -32768
     // is a negative zero).
     updateLanes<kFormsAhead>(w.lanes, r.leak, dqMag != 0, dqSign, kFloatGiven ? rec.floatForm : toFloat(dqMag));
-    w.sr2Float = w.sr1Float;
+    w.sr2Exp = w.sr1Exp;
+    w.sr2Mant = w.sr1Mant;
     w.sr2Neg = w.sr1Neg;
     w.sr1Neg = sr < 0;
-    w.sr1Float = toFloat(w.sr1Neg ? -sr & 32767 : sr);
+    const int srMag = w.sr1Neg ? -sr & 32767 : sr;
+    w.sr1Exp = kel::bitLength(static_cast<uint32_t>(srMag));
+    w.sr1Mant = ((srMag << 6) >> w.sr1Exp) | 32;
     w.td = tdp;
     w.ap = ap;
     w.a1 = a1p;
