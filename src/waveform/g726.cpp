@@ -750,9 +750,10 @@ Codec initialCodec(int rateIdx) {
 // conversion of the float with bits (DQL << 16) + (127 << 23).
 template <int kLevels>
 struct Intervals {
-    static constexpr int kRegs = (kLevels + 4) / 4;  // 4-lane registers for kLevels + 1 intervals
+    static constexpr int kRegs = (kLevels + 4) / 4;    // 4-lane registers for kLevels + 1 intervals
+    static constexpr int kRegs16 = (kLevels + 8) / 8;  // the same in 8-lane registers
     __m128i levelBits[kRegs];  // (L << 16) + (127 << 23) per decision level; past the last, unreachable
-    __m128i dqln[kRegs];       // DQLN of each interval's code word
+    __m128i dqln[kRegs16];     // DQLN of each interval's code word (16-bit)
     // W(I) and F(I) of each interval's code word, the same for both signs of
     // D, and the sign bits of the code words by interval (bit n) for D >= 0
     // and D < 0: the adaptation does not wait for the code word.
@@ -765,12 +766,12 @@ template <int kLevels>
 KEL_G726_INLINE Intervals<kLevels> prepareIntervals(const RateTable& t) {
     constexpr int kLanes = 4 * Intervals<kLevels>::kRegs;
     alignas(16) int32_t bits[kLanes];
-    alignas(16) int32_t dqln[kLanes];
+    alignas(16) Kel16s dqln[8 * Intervals<kLevels>::kRegs16];
     for (int k = 0; k < kLanes; ++k) {
         // 2^20 is above any |D| even after Y/4 is added.
         bits[k] = k < kLevels ? t.levels[k] * 65536 + (127 << 23) : (147 << 23);
-        dqln[k] = k <= kLevels ? t.dqln[t.codePositive[k]] : 0;
     }
+    for (int k = 0; k < 8 * Intervals<kLevels>::kRegs16; ++k) dqln[k] = k <= kLevels ? t.dqln[t.codePositive[k]] : 0;
     Intervals<kLevels> iv;
     iv.signs[0] = 0;
     iv.signs[1] = 0;
@@ -783,36 +784,41 @@ KEL_G726_INLINE Intervals<kLevels> prepareIntervals(const RateTable& t) {
             iv.signs[1] |= static_cast<uint32_t>((t.codeNegative[k] >> (t.bits - 1)) & 1) << k;
         }
     }
-    for (int k = 0; k < Intervals<kLevels>::kRegs; ++k) {
+    for (int k = 0; k < Intervals<kLevels>::kRegs; ++k)
         iv.levelBits[k] = _mm_load_si128(reinterpret_cast<const __m128i*>(bits + 4 * k));
-        iv.dqln[k] = _mm_load_si128(reinterpret_cast<const __m128i*>(dqln + 4 * k));
-    }
+    for (int k = 0; k < Intervals<kLevels>::kRegs16; ++k)
+        iv.dqln[k] = _mm_load_si128(reinterpret_cast<const __m128i*>(dqln + 8 * k));
     return iv;
 }
 
-// |DQ| and its floating form (FLOATA) for every interval at scale factor y,
-// stored by interval. The exponent limit of reconstruct() is kept: a DQL
-// of 1920..2047 (exponent 15, from a corrupted state only) loses 128.
+// |DQ| and its floating form (FLOATA) for every interval, Y/4 given in
+// every 16-bit lane, stored by interval. The exponent limit of
+// reconstruct() is kept: a DQL of 1920..2047 (exponent 15, from a corrupted
+// state only) loses 128.
 template <int kLevels>
-KEL_G726_INLINE void reconstructAll(const Intervals<kLevels>& iv, __m128i yq, int32_t* mag, int32_t* floatForm) {
-    const __m128i limit = _mm_set1_epi32(2048);
-    const __m128i top = _mm_set1_epi32(1919);
-    for (int k = 0; k < Intervals<kLevels>::kRegs; ++k) {
-        __m128i dql = _mm_and_si128(_mm_add_epi32(iv.dqln[k], yq), _mm_set1_epi32(4095));
-        const __m128i valid = _mm_cmplt_epi32(dql, limit);
-        dql = _mm_sub_epi32(dql, _mm_and_si128(_mm_and_si128(_mm_cmpgt_epi32(dql, top), valid), _mm_set1_epi32(128)));
-        const __m128i bits = _mm_add_epi32(_mm_slli_epi32(dql, 16), _mm_set1_epi32(127 << 23));
-        const __m128i m = _mm_and_si128(_mm_cvttps_epi32(_mm_castsi128_ps(bits)), valid);
+KEL_G726_INLINE void reconstructAll(const Intervals<kLevels>& iv, __m128i y4, Kel16s* mag, Kel16s* floatForm) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i bias = _mm_set1_epi32(127 << 23);
+    for (int k = 0; k < Intervals<kLevels>::kRegs16; ++k) {
+        __m128i dql = _mm_and_si128(_mm_add_epi16(iv.dqln[k], y4), _mm_set1_epi16(4095));
+        const __m128i valid = _mm_cmplt_epi16(dql, _mm_set1_epi16(2048));
+        const __m128i over = _mm_and_si128(_mm_cmpgt_epi16(dql, _mm_set1_epi16(1919)), valid);
+        dql = _mm_sub_epi16(dql, _mm_and_si128(over, _mm_set1_epi16(128)));
+        // DQL << 16 in 32-bit lanes is DQL in their top halves.
+        const __m128i mLo = _mm_cvttps_epi32(_mm_castsi128_ps(_mm_add_epi32(_mm_unpacklo_epi16(zero, dql), bias)));
+        const __m128i mHi = _mm_cvttps_epi32(_mm_castsi128_ps(_mm_add_epi32(_mm_unpackhi_epi16(zero, dql), bias)));
         // FLOATA from the float of |DQ|: bits >> 18 is t = (127 + e) * 32 + the
         // five fraction bits below the leading one, and the format is
         // (e + 1) * 64 + 32 + those bits, i.e. 2t - (t & 31) - 126 * 64 + 32;
-        // zero is 32.
-        const __m128i tt = _mm_srli_epi32(_mm_castps_si128(_mm_cvtepi32_ps(m)), 18);
-        const __m128i form = _mm_sub_epi32(_mm_sub_epi32(_mm_slli_epi32(tt, 1), _mm_and_si128(tt, _mm_set1_epi32(31))),
-                                           _mm_set1_epi32(126 * 64));
-        _mm_store_si128(reinterpret_cast<__m128i*>(mag + 4 * k), m);
-        _mm_store_si128(reinterpret_cast<__m128i*>(floatForm + 4 * k),
-                        _mm_add_epi32(_mm_and_si128(form, valid), _mm_set1_epi32(32)));
+        // zero is 32. Lanes that are not valid are masked at the end.
+        const __m128i tLo = _mm_srli_epi32(_mm_castps_si128(_mm_cvtepi32_ps(mLo)), 18);
+        const __m128i tHi = _mm_srli_epi32(_mm_castps_si128(_mm_cvtepi32_ps(mHi)), 18);
+        const __m128i tt = _mm_packs_epi32(tLo, tHi);
+        const __m128i form = _mm_sub_epi16(_mm_sub_epi16(_mm_slli_epi16(tt, 1), _mm_and_si128(tt, _mm_set1_epi16(31))),
+                                           _mm_set1_epi16(126 * 64));
+        _mm_store_si128(reinterpret_cast<__m128i*>(mag + 8 * k), _mm_and_si128(_mm_packs_epi32(mLo, mHi), valid));
+        _mm_store_si128(reinterpret_cast<__m128i*>(floatForm + 8 * k),
+                        _mm_add_epi16(_mm_and_si128(form, valid), _mm_set1_epi16(32)));
     }
 }
 
@@ -839,8 +845,8 @@ void encodeBlock(Codec& c, const Kel16s* pSrc, Kel8u* pDst, int len) {
     const Rate r = prepareRate(kRateTables[RateShape<kLevels>::kIndex]);
 #if KEL_G726_SSE2
     const Intervals<kLevels> iv = prepareIntervals<kLevels>(*r.t);
-    alignas(16) int32_t dqMag[4 * Intervals<kLevels>::kRegs];
-    alignas(16) int32_t dqFloat[4 * Intervals<kLevels>::kRegs];
+    alignas(16) Kel16s dqMag[8 * Intervals<kLevels>::kRegs16];
+    alignas(16) Kel16s dqFloat[8 * Intervals<kLevels>::kRegs16];
 #endif
     Work w = loadWork(c);
     for (int j = 0; j < len; ++j) {
@@ -848,9 +854,9 @@ void encodeBlock(Codec& c, const Kel16s* pSrc, Kel8u* pDst, int len) {
         // 4.2.1 SUBTA: D = SL - SE, 16-bit two's complement.
         const Kel16s d = wrap16(pSrc[j] - est.se);
 #if KEL_G726_SSE2
-        const __m128i yq = _mm_set1_epi32(est.y >> 2);
-        reconstructAll<kLevels>(iv, yq, dqMag, dqFloat);
-        const int n = intervalLinear<kLevels>(iv, _mm_slli_epi32(yq, 16), clamp(d < 0 ? -d : d, 1, kMax16));
+        const __m128i y4 = _mm_set1_epi16(static_cast<Kel16s>(est.y >> 2));
+        reconstructAll<kLevels>(iv, y4, dqMag, dqFloat);
+        const int n = intervalLinear<kLevels>(iv, _mm_slli_epi32(y4, 16), clamp(d < 0 ? -d : d, 1, kMax16));
         const int neg = d < 0;
         const int i = r.codes[neg][n];
         Code code;
