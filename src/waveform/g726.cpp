@@ -822,20 +822,35 @@ KEL_G726_INLINE void reconstructAll(const Intervals<kLevels>& iv, __m128i y4, Ke
     }
 }
 
-// The interval of D: the number of decision levels whose linear threshold
-// |D| reaches. The thresholds ascend, so those reached are a prefix.
+// The thresholds of the decision levels at scale factor y (Y/4 in the top
+// half of every 32-bit lane) as integers t, |D| >= threshold exactly when
+// |D| > t: t is the threshold rounded up, less one. Lanes past the last
+// level hold 32767, which no |D| (at most 32767) passes.
 template <int kLevels>
-KEL_G726_INLINE int intervalLinear(const Intervals<kLevels>& iv, __m128i yBits, int mag) {
-    const __m128 m = _mm_set1_ps(static_cast<float>(mag));
-    __m128i ge[Intervals<kLevels>::kRegs];
-    for (int k = 0; k < Intervals<kLevels>::kRegs; ++k)
-        ge[k] = _mm_castps_si128(_mm_cmpge_ps(m, _mm_castsi128_ps(_mm_add_epi32(iv.levelBits[k], yBits))));
-    if (Intervals<kLevels>::kRegs == 1) return __builtin_ctz(~_mm_movemask_ps(_mm_castsi128_ps(ge[0])));
-    if (Intervals<kLevels>::kRegs == 2)
-        return __builtin_ctz(~_mm_movemask_epi8(_mm_packs_epi32(ge[0], ge[1 % Intervals<kLevels>::kRegs]))) >> 1;
-    const __m128i lo = _mm_packs_epi32(ge[0], ge[1 % Intervals<kLevels>::kRegs]);
-    const __m128i hi = _mm_packs_epi32(ge[2 % Intervals<kLevels>::kRegs], ge[3 % Intervals<kLevels>::kRegs]);
-    return __builtin_ctz(~_mm_movemask_epi8(_mm_packs_epi16(lo, hi)));
+KEL_G726_INLINE void thresholds(const Intervals<kLevels>& iv, __m128i yBits, __m128i* t16) {
+    __m128i t[Intervals<kLevels>::kRegs];
+    for (int k = 0; k < Intervals<kLevels>::kRegs; ++k) {
+        const __m128 thr = _mm_castsi128_ps(_mm_add_epi32(iv.levelBits[k], yBits));
+        const __m128i down = _mm_cvttps_epi32(thr);
+        // Less one when the threshold is an integer (the compare mask is -1).
+        t[k] = _mm_add_epi32(down, _mm_castps_si128(_mm_cmpeq_ps(_mm_cvtepi32_ps(down), thr)));
+    }
+    for (int k = 0; k < Intervals<kLevels>::kRegs16; ++k)
+        t16[k] = _mm_packs_epi32(t[(2 * k) % Intervals<kLevels>::kRegs], t[(2 * k + 1) % Intervals<kLevels>::kRegs]);
+}
+
+// The interval of D: the number of decision levels whose threshold |D|
+// reaches (mag is |D| limited to 1..32767). The thresholds ascend, so those
+// reached are a prefix, of 2 mask bits per level.
+template <int kLevels>
+KEL_G726_INLINE int intervalLinear(const __m128i* t16, int mag) {
+    const __m128i m = _mm_set1_epi16(static_cast<Kel16s>(mag));
+    if (Intervals<kLevels>::kRegs16 == 1)
+        return __builtin_ctz(~static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpgt_epi16(m, t16[0])))) >> 1;
+    const uint32_t lo = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpgt_epi16(m, t16[0])));
+    const uint32_t hi =
+        static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpgt_epi16(m, t16[1 % Intervals<kLevels>::kRegs16])));
+    return __builtin_ctz(~(lo | (hi << 16))) >> 1;
 }
 
 #endif
@@ -856,7 +871,9 @@ void encodeBlock(Codec& c, const Kel16s* pSrc, Kel8u* pDst, int len) {
 #if KEL_G726_SSE2
         const __m128i y4 = _mm_set1_epi16(static_cast<Kel16s>(est.y >> 2));
         reconstructAll<kLevels>(iv, y4, dqMag, dqFloat);
-        const int n = intervalLinear<kLevels>(iv, _mm_slli_epi32(y4, 16), clamp(d < 0 ? -d : d, 1, kMax16));
+        __m128i t16[Intervals<kLevels>::kRegs16];
+        thresholds<kLevels>(iv, _mm_slli_epi32(y4, 16), t16);
+        const int n = intervalLinear<kLevels>(t16, clamp(d < 0 ? -d : d, 1, kMax16));
         const int neg = d < 0;
         const int i = r.codes[neg][n];
         Code code;
