@@ -165,41 +165,27 @@ inline __m128i broadcast16(int v) {
     return _mm_shuffle_epi32(_mm_cvtsi32_si128(static_cast<int>((static_cast<uint32_t>(v) & 0xFFFF) * 0x10001u)), 0);
 }
 
-// FMULT's view of eight coefficients: |An >> 2| modulo 2^13 (so -32768 has
-// magnitude 0) in the floating format, mantissa (6 bits with the leading
-// one) and exponent minus 19 (the scale of the product), and the sign of An
-// as a mask.
-//
-// SSE2 has no per-lane leading-zero count, so the processor's float
-// format does it, exactly here: an integer below 2^24 converts to float
-// exactly, its biased exponent E gives the bit length (E - 126) and the
-// five bits after the leading one are the top of the float's fraction.
-struct CoefForm {
-    __m128i mant;
-    __m128i scale;
-    __m128i neg;
-};
-
-KEL_G726_INLINE CoefForm coefForm(__m128i coef) {
+// FMULT takes a coefficient's magnitude |An >> 2| modulo 2^13 (so -32768
+// has magnitude 0) to the floating format: its bit length and a 6-bit
+// mantissa holding the leading one. SSE2 has no per-lane leading-zero
+// count, so the processor's float format does it, exactly here: an integer
+// below 2^24 converts to float exactly, and bits 18 and up of the float
+// are E * 32 + the top five fraction bits (E the biased exponent, the bit
+// length being E - 126). coefTop returns those bits for eight coefficients;
+// predictZeros() takes them apart.
+KEL_G726_INLINE __m128i coefTop(__m128i coef) {
     const __m128i zero = _mm_setzero_si128();
     const __m128i a = _mm_srai_epi16(coef, 2);
-    CoefForm f;
-    f.neg = _mm_srai_epi16(coef, 15);
-    const __m128i mag = _mm_and_si128(_mm_sub_epi16(_mm_xor_si128(a, f.neg), f.neg), _mm_set1_epi16(8191));
-    // bits >> 18 of the float is E * 32 + the top five fraction bits.
+    const __m128i neg = _mm_srai_epi16(coef, 15);
+    const __m128i mag = _mm_and_si128(_mm_sub_epi16(_mm_xor_si128(a, neg), neg), _mm_set1_epi16(8191));
     const __m128i fLo = _mm_castps_si128(_mm_cvtepi32_ps(_mm_unpacklo_epi16(mag, zero)));
     const __m128i fHi = _mm_castps_si128(_mm_cvtepi32_ps(_mm_unpackhi_epi16(mag, zero)));
-    const __m128i top = _mm_packs_epi32(_mm_srli_epi32(fLo, 18), _mm_srli_epi32(fHi, 18));
-    f.mant = _mm_or_si128(_mm_and_si128(top, _mm_set1_epi16(31)), _mm_set1_epi16(32));
-    // Bit length E - 126; zero (E = 0) has exponent 0.
-    const __m128i e = _mm_max_epi16(_mm_sub_epi16(_mm_srli_epi16(top, 5), _mm_set1_epi16(126)), zero);
-    f.scale = _mm_sub_epi16(e, _mm_set1_epi16(19));
-    return f;
+    return _mm_packs_epi32(_mm_srli_epi32(fLo, 18), _mm_srli_epi32(fHi, 18));
 }
 
 struct Lanes {
     __m128i coef;   // B1..B6
-    CoefForm form;  // the same taken apart for FMULT
+    __m128i top;    // coefTop() of them
     __m128i value;  // DQ1..DQ6 in the floating format
     __m128i neg;    // their signs as masks
 };
@@ -207,7 +193,7 @@ struct Lanes {
 inline Lanes loadLanes(const Codec& c) {
     Lanes l;
     l.coef = _mm_loadu_si128(reinterpret_cast<const __m128i*>(c.coef));
-    l.form = coefForm(l.coef);
+    l.top = coefTop(l.coef);
     l.value = _mm_loadu_si128(reinterpret_cast<const __m128i*>(c.mag));
     // A stored sign is 0 or 1 (1 = negative); any other value counts as negative, as in the scalar form.
     const __m128i zero = _mm_setzero_si128();
@@ -235,10 +221,15 @@ KEL_G726_INLINE int predictZeros(const Lanes& l) {
     const __m128i zero = _mm_setzero_si128();
     const __m128i valueExp = _mm_and_si128(_mm_srli_epi16(l.value, 6), _mm_set1_epi16(15));
     const __m128i valueMant = _mm_and_si128(l.value, _mm_set1_epi16(63));
+    // The coefficients' mantissas and bit lengths E - 126 (0 for a zero
+    // magnitude, whose E is 0), and signs.
+    const __m128i coefMant = _mm_or_si128(_mm_and_si128(l.top, _mm_set1_epi16(31)), _mm_set1_epi16(32));
+    const __m128i coefExp = _mm_subs_epu16(_mm_srli_epi16(l.top, 5), _mm_set1_epi16(126));
+    const __m128i coefNeg = _mm_srai_epi16(l.coef, 15);
 
     // Mantissa product (3..251) and the scale 2^(e - 19), e = 0..28.
-    const __m128i m = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(l.form.mant, valueMant), _mm_set1_epi16(48)), 4);
-    const __m128i scale = _mm_add_epi16(l.form.scale, valueExp);
+    const __m128i m = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(coefMant, valueMant), _mm_set1_epi16(48)), 4);
+    const __m128i scale = _mm_sub_epi16(_mm_add_epi16(coefExp, valueExp), _mm_set1_epi16(19));
 
     // m * 2^(e - 19) as float (m >= 3, so the result stays a normal
     // number), truncated, modulo 2^15. The scale enters the exponent field
@@ -253,7 +244,7 @@ KEL_G726_INLINE int predictZeros(const Lanes& l) {
     const __m128i mag = _mm_packs_epi32(magLo, magHi);
 
     // The product is negative when exactly one factor is.
-    const __m128i prodNeg = _mm_xor_si128(l.neg, l.form.neg);
+    const __m128i prodNeg = _mm_xor_si128(l.neg, coefNeg);
     const __m128i prod = _mm_sub_epi16(_mm_xor_si128(mag, prodNeg), prodNeg);
 
     // Pair sums (lanes 0+1, 2+3, 4+5), then their sum.
@@ -280,20 +271,20 @@ KEL_G726_INLINE void updateLanes(Lanes& l, __m128i leak, bool dqNonZero, int dqN
     const __m128i towards = _mm_sub_epi16(_mm_xor_si128(_mm_set1_epi16(128), l.neg), l.neg);
     const int pick = dqNonZero ? dqNeg : 2;
     if (kFormsAhead) {
-        Lanes sets[3];
-        sets[0].coef = _mm_add_epi16(leaked, towards);
-        sets[1].coef = _mm_sub_epi16(leaked, towards);
-        sets[2].coef = leaked;
-        for (Lanes& s : sets) s.form = coefForm(s.coef);
-        l.coef = sets[pick].coef;
-        l.form = sets[pick].form;
+        __m128i sets[3][2];
+        sets[0][0] = _mm_add_epi16(leaked, towards);
+        sets[1][0] = _mm_sub_epi16(leaked, towards);
+        sets[2][0] = leaked;
+        for (auto& set : sets) set[1] = coefTop(set[0]);
+        l.coef = sets[pick][0];
+        l.top = sets[pick][1];
     } else {
         __m128i sets[3];
         sets[0] = _mm_add_epi16(leaked, towards);
         sets[1] = _mm_sub_epi16(leaked, towards);
         sets[2] = leaked;
         l.coef = sets[pick];
-        l.form = coefForm(l.coef);
+        l.top = coefTop(l.coef);
     }
     l.value = _mm_insert_epi16(_mm_slli_si128(l.value, 2), dqFloat, 0);
     l.neg = _mm_insert_epi16(_mm_slli_si128(l.neg, 2), -dqNeg, 0);
@@ -301,7 +292,7 @@ KEL_G726_INLINE void updateLanes(Lanes& l, __m128i leak, bool dqNonZero, int dqN
 
 inline void clearCoefficients(Lanes& l) {
     l.coef = _mm_setzero_si128();
-    l.form = coefForm(l.coef);
+    l.top = coefTop(l.coef);
 }
 
 #else  // portable form of the same lanes
