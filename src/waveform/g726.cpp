@@ -398,8 +398,11 @@ Work loadWork(const Codec& c) {
     return w;
 }
 
-// After at least one coded sample.
-void storeWork(const Work& w, Codec& c) {
+// After len >= 1 coded samples. SR1 and SR2 are kept taken apart, which
+// drops bits of a stored value outside the format; after one sample SR2 is
+// the SR1 the call began with, stored back as it was.
+void storeWork(const Work& w, Codec& c, int len) {
+    const Kel16s sr1Before = c.mag[6];
     c.pk0 = static_cast<Kel16s>(w.pk1);
     c.pk1 = static_cast<Kel16s>(w.pk1);
     c.pk2 = static_cast<Kel16s>(w.pk2);
@@ -415,7 +418,7 @@ void storeWork(const Work& w, Codec& c) {
     c.coef[7] = static_cast<Kel16s>(w.a2);
     c.mag[6] = static_cast<Kel16s>((w.sr1Exp << 6) | w.sr1Mant);
     c.sign[6] = static_cast<Kel16s>(w.sr1Neg);
-    c.mag[7] = static_cast<Kel16s>((w.sr2Exp << 6) | w.sr2Mant);
+    c.mag[7] = len == 1 ? sr1Before : static_cast<Kel16s>((w.sr2Exp << 6) | w.sr2Mant);
     c.sign[7] = static_cast<Kel16s>(w.sr2Neg);
 }
 
@@ -486,12 +489,12 @@ struct Estimate {
 KEL_G726_INLINE Estimate estimate(const Work& w) {
     Estimate e;
     // Y = (1 - AL) * YL + AL * YU with AL = AP / 4 limited to 1 (Q6): the
-    // difference YU - YL/64 in sign-magnitude, its magnitude multiplied and
-    // truncated, i.e. the product divided by 64 rounding towards zero (AL
-    // is not negative: AP is 10 bits from the first sample on).
+    // difference YU - YL/64 in sign-magnitude, its magnitude multiplied.
     const int al = (w.ap < 256 ? w.ap : 256) >> 2;
     const int ylInt = (w.yl & 0x7FFFF) >> 6;
-    e.y = (ylInt + (w.yu - ylInt) * al / 64) & 8191;
+    const int dif = w.yu - ylInt;
+    const int prod = ((dif < 0 ? -dif : dif) * al) >> 6;
+    e.y = (ylInt + (dif < 0 ? -prod : prod)) & 8191;
 
     const int zeros = predictZeros(w.lanes);
     const int pole1 = fmultSplit(w.a1, w.sr1Exp, w.sr1Mant, w.sr1Neg);
@@ -759,8 +762,10 @@ KEL_G726_INLINE Intervals<kLevels> prepareIntervals(const RateTable& t) {
     alignas(16) int32_t bits[kLanes];
     alignas(16) Kel16s dqln[8 * Intervals<kLevels>::kRegs16];
     for (int k = 0; k < kLanes; ++k) {
-        // 2^20 is above any |D| even after Y/4 is added.
-        bits[k] = k < kLevels ? t.levels[k] * 65536 + (127 << 23) : (147 << 23);
+        // Past the last level 2^15, above any |D|; with Y/4 (at most 2047, 16
+        // exponent steps) added it stays below 2^31, which the conversion to
+        // an integer needs.
+        bits[k] = k < kLevels ? t.levels[k] * 65536 + (127 << 23) : (142 << 23);
     }
     for (int k = 0; k < 8 * Intervals<kLevels>::kRegs16; ++k) dqln[k] = k <= kLevels ? t.dqln[t.codePositive[k]] : 0;
     Intervals<kLevels> iv;
@@ -880,7 +885,7 @@ void encodeBlock(Codec& c, const Kel16s* pSrc, Kel8u* pDst, int len) {
         pDst[j] = static_cast<Kel8u>(i);
         adapt<kLevels, KEL_G726_SSE2 != 0, true>(w, r, code, est, rec);
     }
-    storeWork(w, c);
+    storeWork(w, c, len);
 }
 
 // kLaw is the output law (kelPcmMuLaw, kelPcmALaw, or anything else for
@@ -899,7 +904,7 @@ void decodeBlock(Codec& c, const Kel8u* pSrc, Kel16s* pDst, int len) {
             adapt<kLevels, false, false>(w, r, codeOf<kLevels>(*r.t, i), est, reconstruct(*r.t, i, est.y));
         pDst[j] = output<kLevels>(kLaw, r, i, sr, est);
     }
-    storeWork(w, c);
+    storeWork(w, c, len);
 }
 
 // The coder for the state's rate, with its number of decision levels fixed;
