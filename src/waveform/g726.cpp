@@ -14,11 +14,16 @@
 // caller's memory at any alignment: each call copies it into registers,
 // runs the block and copies it back.
 //
-// For speed (docs/PERFORMANCE.md): seven of the eight predictor products
-// are formed at once in 16-bit SIMD lanes (SSE2, on every x86-64
-// processor; a plain loop elsewhere), the eighth, which each next sample
-// waits for, apart; and the choices that follow the signal's sign are made
-// by arithmetic rather than by branches the processor would mispredict.
+// For speed (docs/PERFORMANCE.md): the six zero-section products of the
+// predictor are formed at once in 16-bit SIMD lanes (SSE2, on every x86-64
+// processor; a plain loop elsewhere), the two pole products apart; the
+// choices that follow the signal's sign are made by arithmetic rather than
+// by branches the processor would mispredict. The encoder, in which each
+// sample waits for the code word of the one before, forms before the code
+// word is known what depends on it: DQ for every quantizer interval, and
+// the three coefficient sets the predictor can move to; and it quantizes
+// by comparing |D| with the decision levels mapped to the linear domain
+// (SSE2), instead of taking the logarithm of D.
 #include <stddef.h>
 #include <string.h>
 
