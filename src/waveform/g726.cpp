@@ -825,16 +825,19 @@ KEL_G726_INLINE void reconstructAll(const Intervals<kLevels>& iv, __m128i y4, Ke
 
 // The thresholds of the decision levels at scale factor y (Y/4 in the top
 // half of every 32-bit lane) as integers t, |D| >= threshold exactly when
-// |D| > t: t is the threshold rounded up, less one. Lanes past the last
-// level hold 32767, which no |D| (at most 32767) passes.
+// |D| > t: t is the threshold rounded up, less one, which is the threshold
+// less 2^-8 rounded down. A threshold (128 + f) 2^(e - 7) is a multiple of
+// 2^-7 (e >= 0) or lies in 0.5..1 (T < 0), and below 2^16 the float holds
+// it less 2^-8 exactly; from 2^15 on the result saturates to 32767 in the
+// packing. Lanes past the last level hold 32767, which no |D| (at most
+// 32767) passes.
 template <int kLevels>
 KEL_G726_INLINE void thresholds(const Intervals<kLevels>& iv, __m128i yBits, __m128i* t16) {
     __m128i t[Intervals<kLevels>::kRegs];
+    const __m128 below = _mm_set1_ps(1.0f / 256);
     for (int k = 0; k < Intervals<kLevels>::kRegs; ++k) {
         const __m128 thr = _mm_castsi128_ps(_mm_add_epi32(iv.levelBits[k], yBits));
-        const __m128i down = _mm_cvttps_epi32(thr);
-        // Less one when the threshold is an integer (the compare mask is -1).
-        t[k] = _mm_add_epi32(down, _mm_castps_si128(_mm_cmpeq_ps(_mm_cvtepi32_ps(down), thr)));
+        t[k] = _mm_cvttps_epi32(_mm_sub_ps(thr, below));
     }
     for (int k = 0; k < Intervals<kLevels>::kRegs16; ++k)
         t16[k] = _mm_packs_epi32(t[(2 * k) % Intervals<kLevels>::kRegs], t[(2 * k + 1) % Intervals<kLevels>::kRegs]);
