@@ -131,8 +131,9 @@ inline Kel16s toFloat(int mag) {
 KEL_G726_INLINE int fmultSplit(int coef, int valueExp, int valueMant, int valueNeg) {
     const int a = coef >> 2;
     const int coefMag = (coef < 0 ? -a : a) & 8191;
-    const int coefExp = kel::bitLength(static_cast<uint32_t>(coefMag));
-    const int coefMant = ((coefMag << 6) >> coefExp) | 32;
+    const int coefFloat = kCoefFloat.v[coefMag];
+    const int coefExp = coefFloat >> 8;
+    const int coefMant = coefFloat & 63;
     const int m = (coefMant * valueMant + 48) >> 4;
     const int mag = static_cast<int>((static_cast<int64_t>(m) << (coefExp + valueExp + 7)) >> 26) & 32767;
     return negateIf(mag, (valueNeg != 0) ^ (coef < 0));
