@@ -127,7 +127,8 @@ inline Kel16s toFloat(int mag) {
 // coefficient magnitude is taken from An >> 2 modulo 2^13 (so -32768 has
 // magnitude 0); the mantissas multiply with rounding, (m1 * m2 + 48) >> 4,
 // and the product is scaled by 2^(e1 + e2 - 19), truncated, modulo 2^15.
-// The value is given taken apart: exponent 0..15 and mantissa 32..63.
+// The value is given taken apart: exponent 0..15 and mantissa 32..63; the
+// coefficient's floating format comes from kCoefFloat.
 KEL_G726_INLINE int fmultSplit(int coef, int valueExp, int valueMant, int valueNeg) {
     const int a = coef >> 2;
     const int coefMag = (coef < 0 ? -a : a) & 8191;
@@ -157,11 +158,11 @@ KEL_G726_INLINE int fmult(int coef, int value, int valueNeg) {
 // whose coefficients depend only on the sign of DQ and whether it is 0.
 //
 // With SSE2 (every x86-64 processor) the lanes are 8 x 16-bit registers
-// for the whole call, and the coefficients are also kept taken apart into
-// the mantissa, exponent and sign that FMULT multiplies: the encoder forms
-// those of the three coefficient sets the next sample can have (DQ > 0,
-// DQ < 0, DQ = 0) before its code word is known, and picks one by a load
-// once it is. Elsewhere the lanes are arrays.
+// for the whole call, and the coefficients are also kept as the float bits
+// from which FMULT's mantissas and exponents are taken (coefTop): the
+// encoder forms those of the three coefficient sets the next sample can
+// have (DQ > 0, DQ < 0, DQ = 0) before its code word is known, and picks
+// one by a load once it is. Elsewhere the lanes are arrays.
 // ---------------------------------------------------------------------------
 
 #if KEL_G726_SSE2
@@ -558,7 +559,7 @@ KEL_G726_INLINE Reconstructed reconstruct(const RateTable& t, int i, int y) {
     const int dqExp = (dql >> 7) < 14 ? (dql >> 7) : 14;
     Reconstructed rec;
     rec.mag = ((((dql & 127) + 128) << 7) >> (14 - dqExp)) & -static_cast<int>(dql < 2048);
-    rec.floatForm = 0;
+    rec.floatForm = 0;  // not formed here: adapt() forms it
     return rec;
 }
 
