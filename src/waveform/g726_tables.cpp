@@ -12,6 +12,23 @@
 
 namespace kel::g726 {
 
+namespace {
+
+constexpr CoefFloatTable makeCoefFloat() {
+    CoefFloatTable t{};
+    for (int mag = 0; mag < 8192; ++mag) {
+        int e = 0;
+        while ((mag >> e) != 0) ++e;
+        t.v[mag] = static_cast<Kel16s>((e << 8) | ((mag << 6) >> e) | 32);
+    }
+    return t;
+}
+
+}  // namespace
+
+// Constant-initialized: the generator runs in the compiler.
+constexpr CoefFloatTable kCoefFloat = makeCoefFloat();
+
 // Per-code tables are written in code-word order I = 0 .. 2^n - 1: the
 // positive codes first (sign bit clear), then the negative ones, whose
 // magnitudes run back down, as G.726 Tables 1 to 4 (quantizer), 5 to 8

@@ -55,6 +55,15 @@ extern const Kel8u kMuLawNextSmaller[256];
 extern const Kel8u kALawNextGreater[256];
 extern const Kel8u kALawNextSmaller[256];
 
+// G.726 4.2.6 FMULT: a coefficient's magnitude |An >> 2| (13 bits) in the
+// floating format, its exponent (bit length) in bits 8..11 and its 6-bit
+// mantissa (with the leading one) in bits 0..5; zero has exponent 0 and
+// mantissa 32. Formed at compile time (g726_tables.cpp).
+struct CoefFloatTable {
+    Kel16s v[8192];
+};
+extern const CoefFloatTable kCoefFloat;
+
 }  // namespace kel::g726
 
 #endif  // KELSC_WAVEFORM_G726_TABLES_H

@@ -422,6 +422,42 @@ TEST_P(G726Robustness, EveryByteDecodesAsItsMaskedCode) {
 INSTANTIATE_TEST_SUITE_P(AllRates, G726Robustness,
                          ::testing::Combine(::testing::ValuesIn(kRates), ::testing::ValuesIn(kLaws)), rateLawName);
 
+// Whatever a state block holds past its rate, the encoder writes exactly len
+// code words of the rate's width, and at 24, 32 and 40 kbit/s never the
+// all-zero word, which the quantizer of G.726 4.2.2 does not use at those
+// rates: its decision thresholds are formed from the scale factor, and a
+// corrupted block can hold scale factors coding never reaches.
+class G726EncoderRobustness : public ::testing::TestWithParam<Rate> {};
+
+TEST_P(G726EncoderRobustness, AnyStateGivesCodeWordsOfTheRate) {
+    const Rate& rate = GetParam();
+    const size_t rateOffset = kReserved + 6;  // the rate index, kept so that the block stays one of this rate
+    kelsc_test::Rng rng(0x726E + rate.kbps);
+    for (int trial = 0; trial < 200; ++trial) {
+        SCOPED_TRACE("trial " + std::to_string(trial));
+        Block b = newEncoder(rate);
+        Kel8u rateIndex[2];
+        memcpy(rateIndex, b.data() + rateOffset, 2);
+        for (size_t k = kReserved; k < kEncoderSize; ++k) b.data()[k] = static_cast<Kel8u>(rng.next());
+        memcpy(b.data() + rateOffset, rateIndex, 2);
+        // Full-range 16-bit samples, beyond the 14 bits coding expects.
+        const int n = 1 + static_cast<int>(rng.next() % 64);
+        std::vector<Kel16s> x(static_cast<size_t>(n));
+        for (Kel16s& v : x) v = static_cast<Kel16s>(rng.next());
+        std::vector<Kel8u> codes(static_cast<size_t>(n) + 1, 0xEE);
+        ASSERT_EQ(kelsEncode_G726_16s8u(enc(b), x.data(), codes.data(), n), kelStatusOk);
+        EXPECT_EQ(codes[static_cast<size_t>(n)], 0xEE);
+        for (int j = 0; j < n; ++j) {
+            ASSERT_LT(codes[static_cast<size_t>(j)], 1 << rate.bits) << "sample " << j;
+            if (rate.kbps != 16) {
+                ASSERT_NE(codes[static_cast<size_t>(j)], 0) << "sample " << j;
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(AllRates, G726EncoderRobustness, ::testing::ValuesIn(kRates), rateName);
+
 // --------------------------------------------------------------------------
 // The state block contract: reported sizes, reserved bytes, and an Init that
 // defines every other byte whatever the memory held before.
