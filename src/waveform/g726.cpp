@@ -140,11 +140,6 @@ KEL_G726_INLINE int fmultSplit(int coef, int valueExp, int valueMant, int valueN
     return negateIf(mag, (valueNeg != 0) ^ (coef < 0));
 }
 
-// The value in the floating format: exponent bits 6..9, mantissa bits 0..5.
-KEL_G726_INLINE int fmult(int coef, int value, int valueNeg) {
-    return fmultSplit(coef, (value >> 6) & 15, value & 63, valueNeg);
-}
-
 // ---------------------------------------------------------------------------
 // The zero section of the predictor as lanes 0..5 of eight: coefficients
 // B1..B6 (Q14) with the delayed values they multiply, DQ1..DQ6, kept in the
@@ -152,7 +147,7 @@ KEL_G726_INLINE int fmult(int coef, int value, int valueNeg) {
 // sign as a mask (0 or -1); lanes 6 and 7 are not used.
 //
 // The pole section, A1 times SR1 and A2 times SR2, is computed apart
-// (fmult above). A1 and A2 follow the sign of P = DQ + SEZ, known only once
+// (fmultSplit above). A1 and A2 follow the sign of P = DQ + SEZ, known only once
 // the zero section's sum SEZ is, and SR1 is the last value of each sample
 // to be known; kept out of the lanes, neither holds up the six products,
 // whose coefficients depend only on the sign of DQ and whether it is 0.
@@ -332,7 +327,8 @@ inline void storeLanes(const Lanes& l, Codec& c) {
 // ACCUM: the zero section's sum.
 KEL_G726_INLINE int predictZeros(const Lanes& l) {
     int zeros = 0;
-    for (int k = 0; k < 6; ++k) zeros += fmult(l.coef[k], l.value[k], l.neg[k]);
+    // The values in the floating format: exponent bits 6..9, mantissa bits 0..5.
+    for (int k = 0; k < 6; ++k) zeros += fmultSplit(l.coef[k], (l.value[k] >> 6) & 15, l.value[k] & 63, l.neg[k]);
     return zeros;
 }
 
