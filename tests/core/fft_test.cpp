@@ -413,6 +413,56 @@ TEST(FftVariants, BitIdenticalToBaseline) {
     }
 }
 
+// N = 16 and 32 run straight-line transforms of their own (fft_small.cpp)
+// that must give the baseline kernels' results bit for bit, signed zeros
+// included, for every flag, both packings and the inverse; they need no
+// work buffer.
+TEST(FftSmall, BitIdenticalToBaselineKernels) {
+    for (int order : {4, 5}) {
+        const int n = 1 << order;
+        // Random data, and signals and spectra whose transforms are mostly
+        // exact zeros of either sign: constants, alternations, impulses,
+        // single bins.
+        std::vector<std::vector<float>> xs = {randomSignal(n, 1400 + order), std::vector<float>(n, -0.0f)};
+        std::vector<std::vector<float>> ss = {randomCcs(n, 1500 + order), std::vector<float>(n + 2, -0.0f)};
+        for (int k : {0, 1, 2, 3, n / 4, n / 2 - 1, n / 2}) {
+            std::vector<float> x(n), s(n + 2, 0.0f);
+            for (int i = 0; i < n; ++i) x[i] = static_cast<float>(std::cos(2.0 * kPi * k * i / n));
+            s[2 * k] = 1.0f;
+            if (k < n / 2) s[2 * k + 2] = -0.5f;
+            xs.push_back(x);
+            ss.push_back(s);
+            std::vector<float> impulse(n, 0.0f);
+            impulse[k] = -1.0f;
+            xs.push_back(impulse);
+        }
+        ss.resize(xs.size(), randomCcs(n, 1600 + order));
+        for (int flag : {kelFftDivFwdByN, kelFftDivInvByN, kelFftDivBySqrtN, kelFftNoDiv}) {
+            Block b(order, flag);
+            const kel::FftPlan plan = kel::fftPlanOf(reinterpret_cast<const kel::FftHeader32f*>(b.spec));
+            std::vector<float> work(2 * n + 16);
+            float* w = work.data() + (64 - reinterpret_cast<uintptr_t>(work.data()) % 64) % 64 / sizeof(float);
+            for (size_t c = 0; c < xs.size(); ++c) {
+                const std::vector<float>& x = xs[c];
+                const std::vector<float>& s = ss[c];
+                std::vector<float> wantF(n + 2), wantP(n), wantI(n), f(n + 2), p(n), i(n);
+                kel::base::fftForward_32f(&plan, x.data(), wantF.data(), w, 1);
+                kel::base::fftForward_32f(&plan, x.data(), wantP.data(), w, 0);
+                kel::base::fftInverse_32f(&plan, s.data(), wantI.data(), w);
+                ASSERT_EQ(kelsFFTFwd_RToCCS_32f(x.data(), f.data(), b.spec, nullptr), kelStatusOk);
+                ASSERT_EQ(kelsFFTFwd_RToPerm_32f(x.data(), p.data(), b.spec, nullptr), kelStatusOk);
+                ASSERT_EQ(kelsFFTInv_CCSToR_32f(s.data(), i.data(), b.spec, nullptr), kelStatusOk);
+                EXPECT_EQ(memcmp(f.data(), wantF.data(), sizeof(float) * f.size()), 0)
+                    << order << " " << flag << " " << c;
+                EXPECT_EQ(memcmp(p.data(), wantP.data(), sizeof(float) * p.size()), 0)
+                    << order << " " << flag << " " << c;
+                EXPECT_EQ(memcmp(i.data(), wantI.data(), sizeof(float) * i.size()), 0)
+                    << order << " " << flag << " " << c;
+            }
+        }
+    }
+}
+
 // ---------------------------------------------------------------------------
 // One block, several threads. A build with -DKELSC_SANITIZE=thread runs this
 // under ThreadSanitizer, which must report no race: transforms only read

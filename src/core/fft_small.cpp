@@ -1,0 +1,312 @@
+// Real FFT of N = 16 and N = 32 (orders 4 and 5): straight-line transforms
+// held in SSE registers from the first load to the last store, compiled
+// once for every instruction set and called straight from the exported
+// functions (no work buffer, no table offsets, no dispatched call).
+//
+// They perform, value for value, the operations of the general kernels
+// (fft_kernels.h) for these sizes: the radix-4 pass of the N/2-point
+// complex transform, its last pass (radix-2 for N = 16, radix-4 for
+// N = 32), then the split into the real spectrum (forward), or the same in
+// reverse order on conjugates (inverse). Only the placement of the values
+// differs, so the results are identical bit for bit, which
+// tests/core/fft_test.cpp checks against the baseline kernels. Registers
+// hold two complex values each, real and imaginary parts interleaved as in
+// the signal and the spectrum; the twiddles and the split constants are the
+// block's table values (cos and sin of multiples of pi/16 rounded from
+// double, zeros with the signs the tables give them), written out here in
+// the lane layout the code needs. Operations are rewritten only where IEEE
+// arithmetic makes both forms equal bit for bit: x - y as x + (-y), and sums
+// and products with their operands swapped.
+#include "fft_internal.h"
+
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
+namespace kel {
+
+#if defined(__SSE2__)
+namespace {
+
+using V = __m128;
+
+// cos and sin of pi/8, pi/4 (and 3 pi/8 by symmetry), pi/16, 3 pi/16 (and
+// 5 pi/16, 7 pi/16): the float values of the block's tables.
+constexpr float kC8 = 0x1.d906bcp-1f;   // cos pi/8
+constexpr float kS8 = 0x1.87de2ap-2f;   // sin pi/8
+constexpr float kR = 0x1.6a09e6p-1f;    // cos pi/4 = sin pi/4
+constexpr float kC16 = 0x1.f6297cp-1f;  // cos pi/16
+constexpr float kS16 = 0x1.8f8b84p-3f;  // sin pi/16
+constexpr float kC3 = 0x1.a9b662p-1f;   // cos 3 pi/16
+constexpr float kS3 = 0x1.1c73b4p-1f;   // sin 3 pi/16
+
+// Lane moves on pairs of complex values [v0 v1 | v2 v3].
+inline V lo2(V a, V b) { return _mm_movelh_ps(a, b); }           // a0 a1 b0 b1
+inline V hi2(V a, V b) { return _mm_movehl_ps(b, a); }           // a2 a3 b2 b3
+inline V cross(V a, V b) { return _mm_shuffle_ps(a, b, 0x4E); }  // a2 a3 b0 b1
+inline V join(V a, V b) { return _mm_shuffle_ps(a, b, 0xE4); }   // a0 a1 b2 b3
+inline V swapHalves(V a) { return _mm_shuffle_ps(a, a, 0x4E); }  // a2 a3 a0 a1
+inline V swapReIm(V a) { return _mm_shuffle_ps(a, a, 0xB1); }    // a1 a0 a3 a2
+inline V conj(V a) { return _mm_xor_ps(a, _mm_setr_ps(0.0f, -0.0f, 0.0f, -0.0f)); }
+inline V negRe(V a) { return _mm_xor_ps(a, _mm_setr_ps(-0.0f, 0.0f, -0.0f, 0.0f)); }
+
+// A multiplier per complex value c0, c1: re = [Re c0, Re c0, Re c1, Re c1],
+// im = [-Im c0, Im c0, -Im c1, Im c1].
+struct Mul {
+    V re, im;
+};
+inline Mul mulOf(float r0, float i0, float r1, float i1) {
+    return {_mm_setr_ps(r0, r0, r1, r1), _mm_setr_ps(-i0, i0, -i1, i1)};
+}
+// v * c per complex value: (Re v Re c - Im v Im c, Im v Re c + Re v Im c).
+inline V cmul(V v, const Mul& c) { return _mm_add_ps(_mm_mul_ps(v, c.re), _mm_mul_ps(swapReIm(v), c.im)); }
+
+// Radix-4 decimation-in-frequency butterfly on two groups at once; outputs
+// 1..3 multiplied by w[0..2] when given.
+inline void butterfly4(V& a, V& b, V& c, V& d, const Mul* w) {
+    const V apc = _mm_add_ps(a, c), amc = _mm_sub_ps(a, c), bpd = _mm_add_ps(b, d), bmd = _mm_sub_ps(b, d);
+    const V jb = conj(swapReIm(bmd));  // (Im, -Re) of b - d
+    const V t1 = _mm_add_ps(amc, jb), t2 = _mm_sub_ps(apc, bpd), t3 = _mm_sub_ps(amc, jb);
+    a = _mm_add_ps(apc, bpd);
+    if (w != nullptr) {
+        b = cmul(t1, w[0]);
+        c = cmul(t2, w[1]);
+        d = cmul(t3, w[2]);
+    } else {
+        b = t1;
+        c = t2;
+        d = t3;
+    }
+}
+
+// Twiddles W^p, W^2p, W^3p of the first pass, W = exp(-2 pi i / M), for
+// the groups p0 and p1 of a register.
+struct Twiddles {
+    Mul w[3];
+};
+// M = 8, groups 0 and 1.
+inline Twiddles twiddles8() {
+    return {{mulOf(1.0f, -0.0f, kR, -kR), mulOf(1.0f, -0.0f, -0.0f, -1.0f), mulOf(1.0f, -0.0f, -kR, -kR)}};
+}
+// M = 16, groups (0, 1), (2, 3), (1, 2) and (3, 0).
+inline Twiddles twiddles16(int p0, int p1) {
+    // W_16^n, n = j p: 0, 1, 2, 3, 4, 6 and 9 occur (the others are left
+    // zero). As in the tables, W^0 is (1, -0) and W^4 is (-0, -1).
+    static const float kRe[10] = {1.0f, kC8, kR, kS8, -0.0f, 0.0f, -kR, 0.0f, 0.0f, -kC8};
+    static const float kIm[10] = {-0.0f, -kS8, -kR, -kC8, -1.0f, 0.0f, -kR, 0.0f, 0.0f, kS8};
+    Twiddles t;
+    for (int j = 1; j <= 3; ++j) {
+        const int a = j * p0, b = j * p1;
+        t.w[j - 1] = mulOf(kRe[a], kIm[a], kRe[b], kIm[b]);
+    }
+    return t;
+}
+
+// Forward split of the half-length spectrum, two bins k at once: a = Z[k],
+// b = Z[M - k], c = -i/2 exp(-2 pi i k / N). x1 = X[k], x2 = X[M - k]:
+//     h = (a + conj b) / 2, u = c (a - conj b), X[k] = h + u,
+//     X[M - k] = conj(h - u).
+template <bool kScale>
+inline void splitFwd(V a, V b, const Mul& c, V f, V& x1, V& x2) {
+    const V bc = conj(b);
+    const V h = _mm_mul_ps(_mm_add_ps(a, bc), _mm_set1_ps(0.5f));
+    const V u = cmul(_mm_sub_ps(a, bc), c);
+    x1 = _mm_add_ps(h, u);
+    x2 = _mm_add_ps(conj(h), negRe(u));
+    if (kScale) {
+        x1 = _mm_mul_ps(x1, f);
+        x2 = _mm_mul_ps(x2, f);
+    }
+}
+
+// Inverse split, two bins k at once: a = X[k], b = X[M - k],
+// c = i exp(2 pi i k / N); front = conj(2 Z[k]), back = conj(2 Z[M - k]):
+//     s = a + conj b, u = c (a - conj b), front = conj(s + u), back = s - u.
+inline void splitInv(V a, V b, const Mul& c, V& front, V& back) {
+    const V bc = conj(b);
+    const V s = _mm_add_ps(a, bc);
+    const V u = cmul(_mm_sub_ps(a, bc), c);
+    front = conj(_mm_add_ps(s, u));
+    back = _mm_sub_ps(s, u);
+}
+
+// -1/2 (sin, cos) and (-sin, cos) of 2 pi k / N as split multipliers.
+inline Mul fwdSplit(float s0, float c0, float s1, float c1) {
+    return mulOf(-0.5f * s0, -0.5f * c0, -0.5f * s1, -0.5f * c1);
+}
+inline Mul invSplit(float s0, float c0, float s1, float c1) { return mulOf(-s0, c0, -s1, c1); }
+
+// DC and Nyquist from Z[0] in the low pair of z0: [dc, 0, ny, 0], scaled.
+template <bool kScale>
+inline V dcNyquist(V z0, V f) {
+    const V re = _mm_shuffle_ps(z0, z0, 0x00), im = _mm_shuffle_ps(z0, z0, 0x55);
+    V dn = _mm_add_ps(re, conj(im));  // re + im, re - im
+    if (kScale) dn = _mm_mul_ps(dn, f);
+    return _mm_unpacklo_ps(dn, _mm_setzero_ps());
+}
+
+// Stores DC and Nyquist (CCS: dc 0 .. ny 0; Perm: dc ny ..) and the last
+// bin X[M - 1] (in the low pair of last).
+inline void storeEnds(float* dst, int M, V e, V last, bool ccs) {
+    if (ccs) {
+        _mm_storel_pi(reinterpret_cast<__m64*>(dst), e);
+        _mm_storeu_ps(dst + 2 * M - 2, _mm_shuffle_ps(last, e, 0xE4));
+    } else {
+        _mm_storel_pi(reinterpret_cast<__m64*>(dst), _mm_shuffle_ps(e, e, 0x08));
+        _mm_storel_pi(reinterpret_cast<__m64*>(dst + 2 * M - 2), last);
+    }
+}
+
+template <bool kScale>
+void forward16(const float* src, float* dst, bool ccs, float scale) {
+    const V f = _mm_set1_ps(scale);
+    // Groups p = 0, 1 of the first pass: z[p], z[p + 2], z[p + 4], z[p + 6].
+    V a = _mm_loadu_ps(src), b = _mm_loadu_ps(src + 4), c = _mm_loadu_ps(src + 8), d = _mm_loadu_ps(src + 12);
+    const Twiddles tw = twiddles8();
+    butterfly4(a, b, c, d, tw.w);
+    // Radix-2 pass: Z[k] = y_k(0) + y_k(1), Z[k + 4] = y_k(0) - y_k(1).
+    const V l13 = lo2(b, d), h13 = hi2(b, d), l20 = lo2(c, a), h20 = hi2(c, a);
+    const V z13 = _mm_add_ps(l13, h13), z57 = _mm_sub_ps(l13, h13);  // Z1 Z3, Z5 Z7
+    const V z20 = _mm_add_ps(l20, h20), z64 = _mm_sub_ps(l20, h20);  // Z2 Z0, Z6 Z4
+    // Bins (1, 3) and (2, 4).
+    V x13, x75, x24, x64;
+    splitFwd<kScale>(z13, swapHalves(z57), fwdSplit(kS8, kC8, kC8, kS8), f, x13, x75);
+    splitFwd<kScale>(join(z20, z64), z64, fwdSplit(kR, kR, 1.0f, -0.0f), f, x24, x64);
+    _mm_storeu_ps(dst + 2, lo2(x13, x24));
+    _mm_storeu_ps(dst + 6, hi2(x13, x24));
+    _mm_storeu_ps(dst + 10, cross(x75, x64));
+    storeEnds(dst, 8, dcNyquist<kScale>(swapHalves(z20), f), x75, ccs);
+}
+
+template <bool kScale>
+void forward32(const float* src, float* dst, bool ccs, float scale) {
+    const V f = _mm_set1_ps(scale);
+    // First pass, groups (0, 1) and (2, 3): z[p + 4 k], k = 0..3.
+    V a0 = _mm_loadu_ps(src), b0 = _mm_loadu_ps(src + 8), c0 = _mm_loadu_ps(src + 16), d0 = _mm_loadu_ps(src + 24);
+    V a1 = _mm_loadu_ps(src + 4), b1 = _mm_loadu_ps(src + 12), c1 = _mm_loadu_ps(src + 20), d1 = _mm_loadu_ps(src + 28);
+    const Twiddles w01 = twiddles16(0, 1), w23 = twiddles16(2, 3);
+    butterfly4(a0, b0, c0, d0, w01.w);
+    butterfly4(a1, b1, c1, d1, w23.w);
+    // Last pass: input k' of lane q is output q of group k'. Lanes (1, 3)
+    // and (0, 2); outputs Z[q + 4 k''].
+    V p0 = lo2(b0, d0), p1 = hi2(b0, d0), p2 = lo2(b1, d1), p3 = hi2(b1, d1);
+    V q0 = lo2(a0, c0), q1 = hi2(a0, c0), q2 = lo2(a1, c1), q3 = hi2(a1, c1);
+    butterfly4(p0, p1, p2, p3, nullptr);  // Z1 Z3, Z5 Z7, Z9 Z11, Z13 Z15
+    butterfly4(q0, q1, q2, q3, nullptr);  // Z0 Z2, Z4 Z6, Z8 Z10, Z12 Z14
+    // Bins (1, 3), (5, 7), (4, 6), (8, 2).
+    V x13, x1513, x57, x119, x46, x1210, x82, x814;
+    splitFwd<kScale>(p0, swapHalves(p3), fwdSplit(kS16, kC16, kS3, kC3), f, x13, x1513);
+    splitFwd<kScale>(p1, swapHalves(p2), fwdSplit(kC3, kS3, kC16, kS16), f, x57, x119);
+    splitFwd<kScale>(q1, join(q3, q2), fwdSplit(kR, kR, kC8, kS8), f, x46, x1210);
+    splitFwd<kScale>(join(q2, q0), join(q2, q3), fwdSplit(1.0f, -0.0f, kS8, kC8), f, x82, x814);
+    _mm_storeu_ps(dst + 2, join(x13, x82));
+    _mm_storeu_ps(dst + 6, cross(x13, x46));
+    _mm_storeu_ps(dst + 10, join(x57, x46));
+    _mm_storeu_ps(dst + 14, cross(x57, x82));
+    _mm_storeu_ps(dst + 18, hi2(x119, x1210));
+    _mm_storeu_ps(dst + 22, lo2(x119, x1210));
+    _mm_storeu_ps(dst + 26, hi2(x1513, x814));
+    storeEnds(dst, 16, dcNyquist<kScale>(q0, f), x1513, ccs);
+}
+
+// 2 Z[0], conjugated, from DC x0 and Nyquist xm: (x0 + xm, -(x0 - xm)).
+inline V twiceZ0Conj(const float* x0, const float* xm) {
+    const V a = _mm_load_ss(x0), b = _mm_load_ss(xm);
+    return conj(_mm_add_ps(_mm_unpacklo_ps(a, a), conj(_mm_unpacklo_ps(b, b))));
+}
+
+// The inverse's output: conj(y), scaled first when asked.
+template <bool kScale>
+inline void storeConj(float* p, V y, V f) {
+    if (kScale) y = _mm_mul_ps(y, f);
+    _mm_storeu_ps(p, conj(y));
+}
+
+template <bool kScale>
+void inverse16(const float* src, float* dst, float scale) {
+    const V f = _mm_set1_ps(scale);
+    const V x12 = _mm_loadu_ps(src + 2), x34 = _mm_loadu_ps(src + 6), x56 = _mm_loadu_ps(src + 10);
+    const V x7 = _mm_loadl_pi(_mm_setzero_ps(), reinterpret_cast<const __m64*>(src + 14));
+    const V z0 = twiceZ0Conj(src, src + 16);
+    // Bins (1, 2) and (3, 4).
+    V z12, z76, z34, z5;
+    splitInv(x12, join(x7, x56), invSplit(kS8, kC8, kR, kR), z12, z76);
+    splitInv(x34, join(x56, x34), invSplit(kC8, kS8, 1.0f, -0.0f), z34, z5);
+    // The complex transform of the conjugates, groups p = 0, 1.
+    V a = lo2(z0, z12), b = cross(z12, z34), c = cross(z34, z5), d = swapHalves(z76);
+    const Twiddles tw = twiddles8();
+    butterfly4(a, b, c, d, tw.w);
+    const V l01 = lo2(a, b), h01 = hi2(a, b), l23 = lo2(c, d), h23 = hi2(c, d);
+    storeConj<kScale>(dst, _mm_add_ps(l01, h01), f);
+    storeConj<kScale>(dst + 4, _mm_add_ps(l23, h23), f);
+    storeConj<kScale>(dst + 8, _mm_sub_ps(l01, h01), f);
+    storeConj<kScale>(dst + 12, _mm_sub_ps(l23, h23), f);
+}
+
+template <bool kScale>
+void inverse32(const float* src, float* dst, float scale) {
+    const V f = _mm_set1_ps(scale);
+    V x[8];
+    for (int j = 0; j < 7; ++j) x[j] = _mm_loadu_ps(src + 4 * j + 2);  // X[2j + 1], X[2j + 2]
+    x[7] = _mm_loadl_pi(_mm_setzero_ps(), reinterpret_cast<const __m64*>(src + 30));
+    const V z0 = twiceZ0Conj(src, src + 32);
+    // Bins (1, 2), (3, 4), (5, 6), (7, 8).
+    V z12, z1514, z34, z1312, z56, z1110, z78, z9;
+    splitInv(x[0], join(x[7], x[6]), invSplit(kS16, kC16, kS8, kC8), z12, z1514);
+    splitInv(x[1], join(x[6], x[5]), invSplit(kS3, kC3, kR, kR), z34, z1312);
+    splitInv(x[2], join(x[5], x[4]), invSplit(kC3, kS3, kC8, kS8), z56, z1110);
+    splitInv(x[3], join(x[4], x[3]), invSplit(kC16, kS16, 1.0f, -0.0f), z78, z9);
+    // First pass, groups (1, 2) and (3, 0): z[p + 4 k], k = 0..3.
+    V a0 = z12, b0 = z56, c0 = join(z9, z1110), d0 = join(z1312, z1514);
+    V a1 = lo2(z34, z0), b1 = join(z78, z34), c1 = join(z1110, z78), d1 = join(z1514, z1312);
+    const Twiddles w12 = twiddles16(1, 2), w30 = twiddles16(3, 0);
+    butterfly4(a0, b0, c0, d0, w12.w);
+    butterfly4(a1, b1, c1, d1, w30.w);
+    // Last pass, lanes (0, 1) and (2, 3): input k' of lane q is output q of
+    // group k'; outputs Z[q + 4 k''] in order.
+    V p0 = hi2(a1, b1), p1 = lo2(a0, b0), p2 = hi2(a0, b0), p3 = lo2(a1, b1);
+    V q0 = hi2(c1, d1), q1 = lo2(c0, d0), q2 = hi2(c0, d0), q3 = lo2(c1, d1);
+    butterfly4(p0, p1, p2, p3, nullptr);
+    butterfly4(q0, q1, q2, q3, nullptr);
+    storeConj<kScale>(dst, p0, f);
+    storeConj<kScale>(dst + 4, q0, f);
+    storeConj<kScale>(dst + 8, p1, f);
+    storeConj<kScale>(dst + 12, q1, f);
+    storeConj<kScale>(dst + 16, p2, f);
+    storeConj<kScale>(dst + 20, q2, f);
+    storeConj<kScale>(dst + 24, p3, f);
+    storeConj<kScale>(dst + 28, q3, f);
+}
+
+}  // namespace
+
+bool fftSmallForward(const FftHeader32f* h, const float* src, float* dst, bool ccs) {
+    const bool scale = h->scaleFwd != 0;
+    switch (h->order) {
+        case 4:
+            scale ? forward16<true>(src, dst, ccs, h->scale) : forward16<false>(src, dst, ccs, h->scale);
+            return true;
+        case 5:
+            scale ? forward32<true>(src, dst, ccs, h->scale) : forward32<false>(src, dst, ccs, h->scale);
+            return true;
+        default: return false;
+    }
+}
+
+bool fftSmallInverse(const FftHeader32f* h, const float* src, float* dst) {
+    const bool scale = h->scaleInv != 0;
+    switch (h->order) {
+        case 4: scale ? inverse16<true>(src, dst, h->scale) : inverse16<false>(src, dst, h->scale); return true;
+        case 5: scale ? inverse32<true>(src, dst, h->scale) : inverse32<false>(src, dst, h->scale); return true;
+        default: return false;
+    }
+}
+
+#else
+
+bool fftSmallForward(const FftHeader32f*, const float*, float*, bool) { return false; }
+bool fftSmallInverse(const FftHeader32f*, const float*, float*) { return false; }
+
+#endif
+
+}  // namespace kel
