@@ -93,14 +93,6 @@ constexpr int fftTwiddleStride(int M) { return (M / 4 + 3) / 4 * 4; }
 // The kernels' view of a float block of order >= 4 (fft.cpp).
 FftPlan fftPlanOf(const FftHeader32f* h);
 
-// Straight-line transforms of orders 4 and 5 (fft_small.cpp), with the
-// kernels' results bit for bit and no work area: forward to CCS (ccs) or
-// Perm, inverse from CCS, scaled as the block says; src may equal dst.
-// False, with nothing done, for other orders or where the build has none
-// (the caller then runs the kernels).
-bool fftSmallForward(const FftHeader32f* h, const float* src, float* dst, bool ccs);
-bool fftSmallInverse(const FftHeader32f* h, const float* src, float* dst);
-
 }  // namespace kel
 
 #endif  // KELSC_CORE_FFT_INTERNAL_H

@@ -29,6 +29,7 @@
 
 #include "fft_kernels_decl.h"
 #include "fft_simd.h"
+#include "fft_small.h"
 
 namespace kel {
 namespace KEL_VEC_NS {

@@ -413,10 +413,27 @@ TEST(FftVariants, BitIdenticalToBaseline) {
     }
 }
 
-// N = 16 and 32 run straight-line transforms of their own (fft_small.cpp)
-// that must give the baseline kernels' results bit for bit, signed zeros
-// included, for every flag, both packings and the inverse; they need no
-// work buffer.
+// N = 16 and 32 run straight-line transforms of their own (fft_small.h),
+// with four complex values per register in the AVX2 and AVX-512 variants:
+// every variant, and the exported functions, must give the baseline
+// kernels' results bit for bit, signed zeros included, for every flag, both
+// packings and the inverse; the exported functions need no work buffer.
+struct SmallVariant {
+    const char* name;
+    bool available;
+    decltype(&kel::base::fftSmallForward_32f) forward;
+    decltype(&kel::base::fftSmallInverse_32f) inverse;
+};
+
+std::vector<SmallVariant> smallVariants() {
+    std::vector<SmallVariant> v = {{"base", true, kel::base::fftSmallForward_32f, kel::base::fftSmallInverse_32f}};
+#if defined(KEL_HAVE_AVX2_VARIANT)
+    v.push_back({"avx2", kel::cpuHasAvx2(), kel::avx2::fftSmallForward_32f, kel::avx2::fftSmallInverse_32f});
+    v.push_back({"avx512", kel::cpuHasAvx512(), kel::avx512::fftSmallForward_32f, kel::avx512::fftSmallInverse_32f});
+#endif
+    return v;
+}
+
 TEST(FftSmall, BitIdenticalToBaselineKernels) {
     for (int order : {4, 5}) {
         const int n = 1 << order;
@@ -439,7 +456,8 @@ TEST(FftSmall, BitIdenticalToBaselineKernels) {
         ss.resize(xs.size(), randomCcs(n, 1600 + order));
         for (int flag : {kelFftDivFwdByN, kelFftDivInvByN, kelFftDivBySqrtN, kelFftNoDiv}) {
             Block b(order, flag);
-            const kel::FftPlan plan = kel::fftPlanOf(reinterpret_cast<const kel::FftHeader32f*>(b.spec));
+            const kel::FftHeader32f* h = reinterpret_cast<const kel::FftHeader32f*>(b.spec);
+            const kel::FftPlan plan = kel::fftPlanOf(h);
             std::vector<float> work(2 * n + 16);
             float* w = work.data() + (64 - reinterpret_cast<uintptr_t>(work.data()) % 64) % 64 / sizeof(float);
             for (size_t c = 0; c < xs.size(); ++c) {
@@ -458,6 +476,17 @@ TEST(FftSmall, BitIdenticalToBaselineKernels) {
                     << order << " " << flag << " " << c;
                 EXPECT_EQ(memcmp(i.data(), wantI.data(), sizeof(float) * i.size()), 0)
                     << order << " " << flag << " " << c;
+                for (const SmallVariant& v : smallVariants()) {
+                    if (!v.available) continue;
+                    std::vector<float> vf(n + 2), vp(n), vi(n);
+                    // The i386 baseline has none: the kernels run instead.
+                    if (v.forward(h, x.data(), vf.data(), 1) == 0) continue;
+                    ASSERT_EQ(v.forward(h, x.data(), vp.data(), 0), 1);
+                    ASSERT_EQ(v.inverse(h, s.data(), vi.data()), 1);
+                    EXPECT_EQ(memcmp(vf.data(), wantF.data(), sizeof(float) * f.size()), 0) << v.name << " " << c;
+                    EXPECT_EQ(memcmp(vp.data(), wantP.data(), sizeof(float) * p.size()), 0) << v.name << " " << c;
+                    EXPECT_EQ(memcmp(vi.data(), wantI.data(), sizeof(float) * i.size()), 0) << v.name << " " << c;
+                }
             }
         }
     }

@@ -1,22 +1,28 @@
-// Real FFT of N = 16 and N = 32 (orders 4 and 5): straight-line transforms
-// held in SSE registers from the first load to the last store, compiled
-// once for every instruction set and called straight from the exported
-// functions (no work buffer, no table offsets, no dispatched call).
+// Real FFT of N = 16 and N = 32 (orders 4 and 5): straight-line
+// transforms held in registers from the first load to the last store,
+// written once and compiled per instruction set with the other kernels
+// (fft_kernels.h includes this file) and called straight from the exported
+// functions: no work buffer, no table offsets, no plan.
 //
-// They perform, value for value, the operations of the general kernels
-// (fft_kernels.h) for these sizes: the radix-4 pass of the N/2-point
-// complex transform, its last pass (radix-2 for N = 16, radix-4 for
-// N = 32), then the split into the real spectrum (forward), or the same in
-// reverse order on conjugates (inverse). Only the placement of the values
-// differs, so the results are identical bit for bit, which
-// tests/core/fft_test.cpp checks against the baseline kernels. Registers
-// hold two complex values each, real and imaginary parts interleaved as in
-// the signal and the spectrum; the twiddles and the split constants are the
-// block's table values (cos and sin of multiples of pi/16 rounded from
-// double, zeros with the signs the tables give them), written out here in
-// the lane layout the code needs. Operations are rewritten only where IEEE
-// arithmetic makes both forms equal bit for bit: x - y as x + (-y), and sums
-// and products with their operands swapped.
+// They perform, value for value, the operations of the general kernels for
+// these sizes: the radix-4 pass of the N/2-point complex transform, its last
+// pass (radix-2 for N = 16, radix-4 for N = 32), then the split into the
+// real spectrum (forward), or the same in reverse order on conjugates
+// (inverse). Only the placement of the values differs, so the results are
+// identical bit for bit in every variant, which tests/core/fft_test.cpp
+// checks against the baseline kernels. Registers hold complex values with
+// real and imaginary parts interleaved, as in the signal and the spectrum:
+// two per SSE register, four per AVX register (N = 32 with AVX2). The
+// twiddles and the split constants are the block's table values (cos and
+// sin of multiples of pi/16 rounded from double, zeros with the signs the
+// tables give them), written out in the lane layout the code needs.
+// Operations are rewritten only where IEEE arithmetic makes both forms
+// equal bit for bit: x - y as x + (-y), and sums and products with their
+// operands swapped.
+#ifndef KEL_VEC_NS
+#error "define KEL_VEC_NS before including fft_small.h"
+#endif
+
 #include "fft_internal.h"
 
 #if defined(__SSE2__)
@@ -24,9 +30,10 @@
 #endif
 
 namespace kel {
+namespace KEL_VEC_NS {
 
 #if defined(__SSE2__)
-namespace {
+namespace codelet {
 
 using V = __m128;
 
@@ -278,35 +285,220 @@ void inverse32(const float* src, float* dst, float scale) {
     storeConj<kScale>(dst + 28, q3, f);
 }
 
-}  // namespace
+#if defined(__AVX2__)
+// ---------------------------------------------------------------------------
+// N = 32 with four complex values per register. The first pass runs its
+// four groups in one register per operand; a 4 x 4 transpose of complex
+// values gives the last pass's operands with the output index in the lanes.
+// ---------------------------------------------------------------------------
 
-bool fftSmallForward(const FftHeader32f* h, const float* src, float* dst, bool ccs) {
-    const bool scale = h->scaleFwd != 0;
-    switch (h->order) {
-        case 4:
-            scale ? forward16<true>(src, dst, ccs, h->scale) : forward16<false>(src, dst, ccs, h->scale);
-            return true;
-        case 5:
-            scale ? forward32<true>(src, dst, ccs, h->scale) : forward32<false>(src, dst, ccs, h->scale);
-            return true;
-        default: return false;
+using Y = __m256;
+
+inline Y swapReIm(Y a) { return _mm256_permute_ps(a, 0xB1); }
+inline Y conj(Y a) { return _mm256_xor_ps(a, _mm256_setr_ps(0.0f, -0.0f, 0.0f, -0.0f, 0.0f, -0.0f, 0.0f, -0.0f)); }
+inline Y negRe(Y a) { return _mm256_xor_ps(a, _mm256_setr_ps(-0.0f, 0.0f, -0.0f, 0.0f, -0.0f, 0.0f, -0.0f, 0.0f)); }
+// Complex element i of the result is element (imm >> 2 i) & 3 of a.
+template <int kImm>
+inline Y permute(Y a) {
+    return _mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(a), kImm));
+}
+constexpr int kReverse = 0x1B;                                        // 3 2 1 0
+constexpr int kRotate = 0x6C;                                         // 0 3 2 1: element 0 kept, 1..3 reversed
+inline Y withFirst(Y a, Y b) { return _mm256_blend_ps(a, b, 0x03); }  // b0 a1 a2 a3
+
+struct Mul4 {
+    Y re, im;
+};
+inline Mul4 mulOf(const float (&c)[8]) {
+    return {_mm256_setr_ps(c[0], c[0], c[2], c[2], c[4], c[4], c[6], c[6]),
+            _mm256_setr_ps(-c[1], c[1], -c[3], c[3], -c[5], c[5], -c[7], c[7])};
+}
+inline Y cmul(Y v, const Mul4& c) { return _mm256_add_ps(_mm256_mul_ps(v, c.re), _mm256_mul_ps(swapReIm(v), c.im)); }
+
+inline void butterfly4(Y& a, Y& b, Y& c, Y& d, const Mul4* w) {
+    const Y apc = _mm256_add_ps(a, c), amc = _mm256_sub_ps(a, c), bpd = _mm256_add_ps(b, d), bmd = _mm256_sub_ps(b, d);
+    const Y jb = conj(swapReIm(bmd));
+    const Y t1 = _mm256_add_ps(amc, jb), t2 = _mm256_sub_ps(apc, bpd), t3 = _mm256_sub_ps(amc, jb);
+    a = _mm256_add_ps(apc, bpd);
+    if (w != nullptr) {
+        b = cmul(t1, w[0]);
+        c = cmul(t2, w[1]);
+        d = cmul(t3, w[2]);
+    } else {
+        b = t1;
+        c = t2;
+        d = t3;
     }
 }
 
-bool fftSmallInverse(const FftHeader32f* h, const float* src, float* dst) {
+// Twiddles W_16^{j p} of the groups p = 0..3, (Re, Im) pairs.
+inline void twiddles16x4(Mul4 w[3]) {
+    const float w1[8] = {1.0f, -0.0f, kC8, -kS8, kR, -kR, kS8, -kC8};
+    const float w2[8] = {1.0f, -0.0f, kR, -kR, -0.0f, -1.0f, -kR, -kR};
+    const float w3[8] = {1.0f, -0.0f, kS8, -kC8, -kR, -kR, -kC8, kS8};
+    w[0] = mulOf(w1);
+    w[1] = mulOf(w2);
+    w[2] = mulOf(w3);
+}
+
+// Transposes four registers of four complex values.
+inline void transpose4(Y& a, Y& b, Y& c, Y& d) {
+    const __m256d u0 = _mm256_unpacklo_pd(_mm256_castps_pd(a), _mm256_castps_pd(b));
+    const __m256d u1 = _mm256_unpackhi_pd(_mm256_castps_pd(a), _mm256_castps_pd(b));
+    const __m256d u2 = _mm256_unpacklo_pd(_mm256_castps_pd(c), _mm256_castps_pd(d));
+    const __m256d u3 = _mm256_unpackhi_pd(_mm256_castps_pd(c), _mm256_castps_pd(d));
+    a = _mm256_castpd_ps(_mm256_permute2f128_pd(u0, u2, 0x20));
+    b = _mm256_castpd_ps(_mm256_permute2f128_pd(u1, u3, 0x20));
+    c = _mm256_castpd_ps(_mm256_permute2f128_pd(u0, u2, 0x31));
+    d = _mm256_castpd_ps(_mm256_permute2f128_pd(u1, u3, 0x31));
+}
+
+// Split multipliers of bins 4..7 and of bins 8, 1, 2, 3 (sin, cos pairs).
+constexpr float kBins4567[8] = {kR, kR, kC3, kS3, kC8, kS8, kC16, kS16};
+constexpr float kBins8123[8] = {1.0f, -0.0f, kS16, kC16, kS8, kC8, kS3, kC3};
+inline Mul4 fwdSplit4(const float (&sc)[8]) {
+    float c[8];
+    for (int i = 0; i < 8; ++i) c[i] = -0.5f * sc[i];
+    return mulOf(c);
+}
+inline Mul4 invSplit4(const float (&sc)[8]) {
+    float c[8];
+    for (int i = 0; i < 8; i += 2) {
+        c[i] = -sc[i];
+        c[i + 1] = sc[i + 1];
+    }
+    return mulOf(c);
+}
+
+template <bool kScale>
+inline void splitFwd(Y a, Y b, const Mul4& c, Y f, Y& x1, Y& x2) {
+    const Y bc = conj(b);
+    const Y h = _mm256_mul_ps(_mm256_add_ps(a, bc), _mm256_set1_ps(0.5f));
+    const Y u = cmul(_mm256_sub_ps(a, bc), c);
+    x1 = _mm256_add_ps(h, u);
+    x2 = _mm256_add_ps(conj(h), negRe(u));
+    if (kScale) {
+        x1 = _mm256_mul_ps(x1, f);
+        x2 = _mm256_mul_ps(x2, f);
+    }
+}
+
+inline void splitInv(Y a, Y b, const Mul4& c, Y& front, Y& back) {
+    const Y bc = conj(b);
+    const Y s = _mm256_add_ps(a, bc);
+    const Y u = cmul(_mm256_sub_ps(a, bc), c);
+    front = conj(_mm256_add_ps(s, u));
+    back = _mm256_sub_ps(s, u);
+}
+
+template <bool kScale>
+void forward32Wide(const float* src, float* dst, bool ccs, float scale) {
+    const Y f = _mm256_set1_ps(scale);
+    // First pass: operand k of the groups p = 0..3 is z[4 k + p].
+    Y a = _mm256_loadu_ps(src), b = _mm256_loadu_ps(src + 8), c = _mm256_loadu_ps(src + 16),
+      d = _mm256_loadu_ps(src + 24);
+    Mul4 w[3];
+    twiddles16x4(w);
+    butterfly4(a, b, c, d, w);
+    // Last pass: operand p of lane q is output q of group p.
+    transpose4(a, b, c, d);
+    butterfly4(a, b, c, d, nullptr);  // Z[4 k + q], k = 0..3
+    // Bins 4..7 against 12..9, and 8, 1, 2, 3 against 8, 15, 14, 13.
+    Y x4567, x1211109, x8123, x8151413;
+    splitFwd<kScale>(b, withFirst(permute<kRotate>(c), d), fwdSplit4(kBins4567), f, x4567, x1211109);
+    splitFwd<kScale>(withFirst(a, c), withFirst(permute<kRotate>(d), c), fwdSplit4(kBins8123), f, x8123, x8151413);
+    const __m128 e = dcNyquist<kScale>(_mm256_castps256_ps128(a), _mm256_castps256_ps128(f));
+    // X[8] X[1..3] then DC over X[8]; X[13..15], then Nyquist over X[8].
+    _mm256_storeu_ps(dst, x8123);
+    _mm256_storeu_ps(dst + 8, x4567);
+    _mm_storel_pi(reinterpret_cast<__m64*>(dst + 16), _mm256_castps256_ps128(x8123));
+    _mm256_storeu_ps(dst + 18, permute<kReverse>(x1211109));
+    const Y x13 = permute<kReverse>(x8151413);
+    if (ccs) {
+        _mm_storel_pi(reinterpret_cast<__m64*>(dst), e);
+        _mm256_storeu_ps(dst + 26, x13);
+        _mm_storeh_pi(reinterpret_cast<__m64*>(dst + 32), e);
+    } else {
+        _mm_storel_pi(reinterpret_cast<__m64*>(dst), _mm_shuffle_ps(e, e, 0x08));
+        _mm_storeu_ps(dst + 26, _mm256_castps256_ps128(x13));
+        _mm_storel_pi(reinterpret_cast<__m64*>(dst + 30), _mm256_extractf128_ps(x13, 1));
+    }
+}
+
+template <bool kScale>
+void inverse32Wide(const float* src, float* dst, float scale) {
+    const Y f = _mm256_set1_ps(scale);
+    // X[8] in every element; the imaginary parts of DC and Nyquist, loaded
+    // with their neighbours, are replaced before any arithmetic.
+    const Y x8 = _mm256_castpd_ps(_mm256_broadcast_sd(reinterpret_cast<const double*>(src + 16)));
+    const Y x4567 = _mm256_loadu_ps(src + 8), x9101112 = _mm256_loadu_ps(src + 18);
+    const Y x8123 = withFirst(_mm256_loadu_ps(src), x8);
+    const Y x8151413 = withFirst(permute<kReverse>(_mm256_loadu_ps(src + 26)), x8);
+    const __m128 z0 = twiceZ0Conj(src, src + 32);
+    Y z4567, z1211109, z8123, z8151413;
+    splitInv(x4567, permute<kReverse>(x9101112), invSplit4(kBins4567), z4567, z1211109);
+    splitInv(x8123, x8151413, invSplit4(kBins8123), z8123, z8151413);
+    // First pass operands z[4 k + p], k = 0..3.
+    Y a = withFirst(z8123, _mm256_castps128_ps256(z0)), b = z4567;
+    Y c = withFirst(permute<kRotate>(z1211109), z8123);
+    Y d = withFirst(permute<kRotate>(z8151413), z1211109);
+    Mul4 w[3];
+    twiddles16x4(w);
+    butterfly4(a, b, c, d, w);
+    transpose4(a, b, c, d);
+    butterfly4(a, b, c, d, nullptr);
+    const Y out[4] = {a, b, c, d};
+    for (int k = 0; k < 4; ++k) {
+        Y y = out[k];
+        if (kScale) y = _mm256_mul_ps(y, f);
+        _mm256_storeu_ps(dst + 8 * k, conj(y));
+    }
+}
+#endif
+
+}  // namespace codelet
+
+int fftSmallForward_32f(const FftHeader32f* h, const Kel32f* src, Kel32f* dst, int ccs) {
+    using namespace codelet;
+    const bool scale = h->scaleFwd != 0, toCcs = ccs != 0;
+    switch (h->order) {
+        case 4:
+            scale ? forward16<true>(src, dst, toCcs, h->scale) : forward16<false>(src, dst, toCcs, h->scale);
+            return 1;
+        case 5:
+#if defined(__AVX2__)
+            scale ? forward32Wide<true>(src, dst, toCcs, h->scale) : forward32Wide<false>(src, dst, toCcs, h->scale);
+#else
+            scale ? forward32<true>(src, dst, toCcs, h->scale) : forward32<false>(src, dst, toCcs, h->scale);
+#endif
+            return 1;
+        default: return 0;
+    }
+}
+
+int fftSmallInverse_32f(const FftHeader32f* h, const Kel32f* src, Kel32f* dst) {
+    using namespace codelet;
     const bool scale = h->scaleInv != 0;
     switch (h->order) {
-        case 4: scale ? inverse16<true>(src, dst, h->scale) : inverse16<false>(src, dst, h->scale); return true;
-        case 5: scale ? inverse32<true>(src, dst, h->scale) : inverse32<false>(src, dst, h->scale); return true;
-        default: return false;
+        case 4: scale ? inverse16<true>(src, dst, h->scale) : inverse16<false>(src, dst, h->scale); return 1;
+        case 5:
+#if defined(__AVX2__)
+            scale ? inverse32Wide<true>(src, dst, h->scale) : inverse32Wide<false>(src, dst, h->scale);
+#else
+            scale ? inverse32<true>(src, dst, h->scale) : inverse32<false>(src, dst, h->scale);
+#endif
+            return 1;
+        default: return 0;
     }
 }
 
 #else
 
-bool fftSmallForward(const FftHeader32f*, const float*, float*, bool) { return false; }
-bool fftSmallInverse(const FftHeader32f*, const float*, float*) { return false; }
+// No SSE (i386 baseline): the general kernels run these sizes.
+int fftSmallForward_32f(const FftHeader32f*, const Kel32f*, Kel32f*, int) { return 0; }
+int fftSmallInverse_32f(const FftHeader32f*, const Kel32f*, Kel32f*) { return 0; }
 
 #endif
 
+}  // namespace KEL_VEC_NS
 }  // namespace kel
