@@ -12,7 +12,8 @@
 // identical bit for bit in every variant, which tests/core/fft_test.cpp
 // checks against the baseline kernels. Registers hold complex values with
 // real and imaginary parts interleaved, as in the signal and the spectrum:
-// two per SSE register, four per AVX register (N = 32 with AVX2). The
+// two per SSE register, four per AVX register (the AVX2 and AVX-512
+// variants). The
 // twiddles and the split constants are the block's table values (cos and
 // sin of multiples of pi/16 rounded from double, zeros with the signs the
 // tables give them), written out in the lane layout the code needs.
@@ -391,6 +392,77 @@ inline void splitInv(Y a, Y b, const Mul4& c, Y& front, Y& back) {
     back = _mm256_sub_ps(s, u);
 }
 
+// N = 16: the first pass's two groups p = 0, 1 of operands a, b in one
+// register and c, d in another ([a | b], [c | d], groups in the complex
+// elements of each half); it returns [y0 | y2] and [y1 | y3], outputs k of
+// both groups, and the radix-2 pass Z[k] = y_k(0) + y_k(1),
+// Z[k + 4] = y_k(0) - y_k(1) gives Z[0..3] and Z[4..7].
+inline void complex8(Y ab, Y cd, Y& z0123, Y& z4567) {
+    const Y s = _mm256_add_ps(ab, cd), d = _mm256_sub_ps(ab, cd);  // [a + c | b + d], [a - c | b - d]
+    const Y negHigh = _mm256_setr_ps(0.0f, 0.0f, 0.0f, 0.0f, -0.0f, -0.0f, -0.0f, -0.0f);
+    // [a + c + (b + d) | a + c - (b + d)]: output 0, and output 2 before
+    // its twiddle.
+    const Y y02 =
+        _mm256_add_ps(_mm256_permute2f128_ps(s, s, 0x00), _mm256_xor_ps(_mm256_permute2f128_ps(s, s, 0x11), negHigh));
+    // [a - c + jb | a - c - jb], jb = (Im, -Re) of b - d: outputs 1 and 3.
+    const Y jb = _mm256_xor_ps(swapReIm(_mm256_permute2f128_ps(d, d, 0x11)),
+                               _mm256_setr_ps(0.0f, -0.0f, 0.0f, -0.0f, -0.0f, 0.0f, -0.0f, 0.0f));
+    const Y y13 = _mm256_add_ps(_mm256_permute2f128_ps(d, d, 0x00), jb);
+    // Twiddles W_8^{j p}: j = 1 and 3 on [y1 | y3], j = 2 on the upper half
+    // of [y0 | y2] (output 0 takes none).
+    const float w13[8] = {1.0f, -0.0f, kR, -kR, 1.0f, -0.0f, -kR, -kR};
+    const float w22[8] = {1.0f, -0.0f, -0.0f, -1.0f, 1.0f, -0.0f, -0.0f, -1.0f};
+    const Y t13 = cmul(y13, mulOf(w13));
+    const Y t02 = _mm256_blend_ps(y02, cmul(y02, mulOf(w22)), 0xF0);
+    const __m256d lo = _mm256_unpacklo_pd(_mm256_castps_pd(t02), _mm256_castps_pd(t13));  // group 0
+    const __m256d hi = _mm256_unpackhi_pd(_mm256_castps_pd(t02), _mm256_castps_pd(t13));  // group 1
+    z0123 = _mm256_add_ps(_mm256_castpd_ps(lo), _mm256_castpd_ps(hi));
+    z4567 = _mm256_sub_ps(_mm256_castpd_ps(lo), _mm256_castpd_ps(hi));
+}
+
+constexpr float kBins1234[8] = {kS8, kC8, kR, kR, kC8, kS8, 1.0f, -0.0f};
+
+template <bool kScale>
+void forward16Wide(const float* src, float* dst, bool ccs, float scale) {
+    const Y f = _mm256_set1_ps(scale);
+    Y z0123, z4567;
+    complex8(_mm256_loadu_ps(src), _mm256_loadu_ps(src + 8), z0123, z4567);
+    // Bins 1..4 against 7..4.
+    const Y b = permute<kReverse>(z4567);
+    const Y a = _mm256_blend_ps(permute<0x39>(z0123), b, 0xC0);  // Z[1..3], Z[4]
+    Y x1234, x7654;
+    splitFwd<kScale>(a, b, fwdSplit4(kBins1234), f, x1234, x7654);
+    const __m128 e = dcNyquist<kScale>(_mm256_castps256_ps128(z0123), _mm256_castps256_ps128(f));
+    _mm256_storeu_ps(dst + 8, permute<kReverse>(x7654));  // X[4] is rewritten next
+    _mm256_storeu_ps(dst + 2, x1234);
+    if (ccs) {
+        _mm_storel_pi(reinterpret_cast<__m64*>(dst), e);
+        _mm_storeh_pi(reinterpret_cast<__m64*>(dst + 16), e);
+    } else {
+        _mm_storel_pi(reinterpret_cast<__m64*>(dst), _mm_shuffle_ps(e, e, 0x08));
+    }
+}
+
+template <bool kScale>
+void inverse16Wide(const float* src, float* dst, float scale) {
+    const Y f = _mm256_set1_ps(scale);
+    const Y a = _mm256_loadu_ps(src + 2), b = permute<kReverse>(_mm256_loadu_ps(src + 8));
+    const __m128 z0 = twiceZ0Conj(src, src + 16);
+    Y z1234, z765;
+    splitInv(a, b, invSplit4(kBins1234), z1234, z765);
+    const Y z4123 = permute<0x93>(z1234);
+    const Y ab = withFirst(z4123, _mm256_castps128_ps256(z0));
+    const Y cd = withFirst(permute<kReverse>(z765), z4123);
+    Y y0123, y4567;
+    complex8(ab, cd, y0123, y4567);
+    if (kScale) {
+        y0123 = _mm256_mul_ps(y0123, f);
+        y4567 = _mm256_mul_ps(y4567, f);
+    }
+    _mm256_storeu_ps(dst, conj(y0123));
+    _mm256_storeu_ps(dst + 8, conj(y4567));
+}
+
 template <bool kScale>
 void forward32Wide(const float* src, float* dst, bool ccs, float scale) {
     const Y f = _mm256_set1_ps(scale);
@@ -463,7 +535,11 @@ int fftSmallForward_32f(const FftHeader32f* h, const Kel32f* src, Kel32f* dst, i
     const bool scale = h->scaleFwd != 0, toCcs = ccs != 0;
     switch (h->order) {
         case 4:
+#if defined(__AVX2__)
+            scale ? forward16Wide<true>(src, dst, toCcs, h->scale) : forward16Wide<false>(src, dst, toCcs, h->scale);
+#else
             scale ? forward16<true>(src, dst, toCcs, h->scale) : forward16<false>(src, dst, toCcs, h->scale);
+#endif
             return 1;
         case 5:
 #if defined(__AVX2__)
@@ -480,7 +556,13 @@ int fftSmallInverse_32f(const FftHeader32f* h, const Kel32f* src, Kel32f* dst) {
     using namespace codelet;
     const bool scale = h->scaleInv != 0;
     switch (h->order) {
-        case 4: scale ? inverse16<true>(src, dst, h->scale) : inverse16<false>(src, dst, h->scale); return 1;
+        case 4:
+#if defined(__AVX2__)
+            scale ? inverse16Wide<true>(src, dst, h->scale) : inverse16Wide<false>(src, dst, h->scale);
+#else
+            scale ? inverse16<true>(src, dst, h->scale) : inverse16<false>(src, dst, h->scale);
+#endif
+            return 1;
         case 5:
 #if defined(__AVX2__)
             scale ? inverse32Wide<true>(src, dst, h->scale) : inverse32Wide<false>(src, dst, h->scale);
