@@ -12,11 +12,11 @@
 // identical bit for bit in every variant, which tests/core/fft_test.cpp
 // checks against the baseline kernels. Registers hold complex values with
 // real and imaginary parts interleaved, as in the signal and the spectrum:
-// two per SSE register, four per AVX register (the AVX2 and AVX-512
-// variants). The
-// twiddles and the split constants are the block's table values (cos and
-// sin of multiples of pi/16 rounded from double, zeros with the signs the
-// tables give them), written out in the lane layout the code needs.
+// two per SSE register in the baseline variant, four per AVX register in
+// the AVX2 and AVX-512 variants. The twiddles and the split constants are
+// the block's table values (cos and sin of multiples of pi/16 rounded from
+// double, zeros with the signs the tables give them), written out in the
+// lane layout the code needs.
 // Operations are rewritten only where IEEE arithmetic makes both forms
 // equal bit for bit: x - y as x + (-y), and sums and products with their
 // operands swapped.
