@@ -288,9 +288,10 @@ void inverse32(const float* src, float* dst, float scale) {
 
 #if defined(__AVX2__)
 // ---------------------------------------------------------------------------
-// N = 32 with four complex values per register. The first pass runs its
-// four groups in one register per operand; a 4 x 4 transpose of complex
-// values gives the last pass's operands with the output index in the lanes.
+// N = 16 and 32 with four complex values per register. For N = 32 the
+// first pass runs its four groups in one register per operand, and a 4 x 4
+// transpose of complex values gives the last pass's operands with the
+// output index in the elements.
 // ---------------------------------------------------------------------------
 
 using Y = __m256;
@@ -404,10 +405,10 @@ inline void complex8(Y ab, Y cd, Y& z0123, Y& z4567) {
     // its twiddle.
     const Y y02 =
         _mm256_add_ps(_mm256_permute2f128_ps(s, s, 0x00), _mm256_xor_ps(_mm256_permute2f128_ps(s, s, 0x11), negHigh));
-    // [a - c + jb | a - c - jb], jb = (Im, -Re) of b - d: outputs 1 and 3.
-    const Y jb = _mm256_xor_ps(swapReIm(_mm256_permute2f128_ps(d, d, 0x11)),
-                               _mm256_setr_ps(0.0f, -0.0f, 0.0f, -0.0f, -0.0f, 0.0f, -0.0f, 0.0f));
-    const Y y13 = _mm256_add_ps(_mm256_permute2f128_ps(d, d, 0x00), jb);
+    // [a - c + jb | a - c + (-jb)], jb = (Im, -Re) of b - d: outputs 1 and 3.
+    const Y jbs = _mm256_xor_ps(swapReIm(_mm256_permute2f128_ps(d, d, 0x11)),
+                                _mm256_setr_ps(0.0f, -0.0f, 0.0f, -0.0f, -0.0f, 0.0f, -0.0f, 0.0f));
+    const Y y13 = _mm256_add_ps(_mm256_permute2f128_ps(d, d, 0x00), jbs);
     // Twiddles W_8^{j p}: j = 1 and 3 on [y1 | y3], j = 2 on the upper half
     // of [y0 | y2] (output 0 takes none).
     const float w13[8] = {1.0f, -0.0f, kR, -kR, 1.0f, -0.0f, -kR, -kR};
