@@ -261,6 +261,11 @@ void scaleAll(float* x, int n, float f) {
 // Transforms on a checked float block
 // ---------------------------------------------------------------------------
 
+// Orders 4 and 5 (N = 16, 32) have straight-line transforms without work
+// area (fft_small.h); asking only for them keeps the other orders free of
+// the extra call.
+bool straightLine(int order) { return order == 4 || order == 5; }
+
 // The work area of a transform: the caller's buffer, or one allocated for
 // the call (released by the destructor). A size beyond what kelsMalloc_8u
 // can be asked for cannot be had either.
@@ -286,6 +291,7 @@ private:
 // Forward transform to Perm (ccs false) or CCS; work is 16-byte aligned.
 void forward32f(const FftHeader32f* h, const float* src, float* dst, Kel8u* work, bool ccs) {
     const int order = h->order, n = 1 << order;
+    if (straightLine(order) && kel::vec::fftSmallForward_32f(h, src, dst, ccs ? 1 : 0) != 0) return;
     if (order >= kel::kFftSmallOrders) {
         const kel::FftPlan plan = kel::fftPlanOf(h);
         kel::vec::fftForward_32f(&plan, src, dst, reinterpret_cast<float*>(alignUp(work, 64)), ccs ? 1 : 0);
@@ -312,6 +318,7 @@ void forward32f(const FftHeader32f* h, const float* src, float* dst, Kel8u* work
 // Inverse transform from CCS; work is 16-byte aligned.
 void inverse32f(const FftHeader32f* h, const float* src, float* dst, Kel8u* work) {
     const int order = h->order, n = 1 << order;
+    if (straightLine(order) && kel::vec::fftSmallInverse_32f(h, src, dst) != 0) return;
     if (order >= kel::kFftSmallOrders) {
         const kel::FftPlan plan = kel::fftPlanOf(h);
         kel::vec::fftInverse_32f(&plan, src, dst, reinterpret_cast<float*>(alignUp(work, 64)));
@@ -435,18 +442,21 @@ KelStatus kelsFFTGetBufSize_R_32f(const KelFFTSpec_R_32f* pSpec, int* pSize) {
 KelStatus kelsFFTFwd_RToCCS_32f(const Kel32f* pSrc, Kel32f* pDst, const KelFFTSpec_R_32f* pSpec, Kel8u* pBuffer) {
     KEL_CHECK(Args().ptr(pSpec).require(tagged32f(pSpec), kelStatusBadContext).ptr(pSrc, pDst));
     const FftHeader32f* h = header32f(pSpec);
+    if (straightLine(h->order) && kel::vec::fftSmallForward_32f(h, pSrc, pDst, 1) != 0) return kelStatusOk;
     return withWork(h, pBuffer, [&](Kel8u* work) { forward32f(h, pSrc, pDst, work, true); });
 }
 
 KelStatus kelsFFTFwd_RToPerm_32f(const Kel32f* pSrc, Kel32f* pDst, const KelFFTSpec_R_32f* pSpec, Kel8u* pBuffer) {
     KEL_CHECK(Args().ptr(pSpec).require(tagged32f(pSpec), kelStatusBadContext).ptr(pSrc, pDst));
     const FftHeader32f* h = header32f(pSpec);
+    if (straightLine(h->order) && kel::vec::fftSmallForward_32f(h, pSrc, pDst, 0) != 0) return kelStatusOk;
     return withWork(h, pBuffer, [&](Kel8u* work) { forward32f(h, pSrc, pDst, work, false); });
 }
 
 KelStatus kelsFFTInv_CCSToR_32f(const Kel32f* pSrc, Kel32f* pDst, const KelFFTSpec_R_32f* pSpec, Kel8u* pBuffer) {
     KEL_CHECK(Args().ptr(pSpec).require(tagged32f(pSpec), kelStatusBadContext).ptr(pSrc, pDst));
     const FftHeader32f* h = header32f(pSpec);
+    if (straightLine(h->order) && kel::vec::fftSmallInverse_32f(h, pSrc, pDst) != 0) return kelStatusOk;
     return withWork(h, pBuffer, [&](Kel8u* work) { inverse32f(h, pSrc, pDst, work); });
 }
 

@@ -11,8 +11,8 @@
 // the same operations in the same order in every variant and the results
 // are identical bit for bit. Where the strides allow, two passes run as one
 // (radix-16 or radix-8 blocks in registers): that saves trips through
-// memory and changes no operation. N = 16 has a path of its own with two
-// complex values per SSE register, again with the same operations.
+// memory and changes no operation. The exported functions run N = 16 and
+// 32 as straight-line transforms with these operations (fft_small.h).
 //
 // Pass with stride s over n = M / s points (m = n / 4 butterfly groups):
 //     for p < m, q < s:  a..d = x[q + s (p + k m)], k = 0..3
@@ -29,6 +29,7 @@
 
 #include "fft_kernels_decl.h"
 #include "fft_simd.h"
+#include "fft_small.h"
 
 namespace kel {
 namespace KEL_VEC_NS {
@@ -425,83 +426,6 @@ KEL_FFT_INLINE void recombineInv(const float* src, Split z, int M, const float* 
     recombineInvIn<P>(src, z, M, rec, carry0Re, carry0Im);
 }
 
-#if defined(__SSE2__)
-// ---------------------------------------------------------------------------
-// N = 16 (M = 8): the first pass has two butterflies. They run in one SSE
-// register per complex operand, real parts of both in the low half and
-// imaginary parts in the high half, with the passes' operations: x - y
-// written as x + (-y) and products and sums with their operands swapped
-// give the same floats. Z then goes through the recombination in packs of
-// four, as the generic code with wider packs would.
-// ---------------------------------------------------------------------------
-
-inline __m128 swapHalves(__m128 v) { return _mm_shuffle_ps(v, v, _MM_SHUFFLE(1, 0, 3, 2)); }
-inline __m128 negLow(__m128 v) { return _mm_xor_ps(v, _mm_setr_ps(-0.0f, -0.0f, 0.0f, 0.0f)); }
-inline __m128 negHigh(__m128 v) { return _mm_xor_ps(v, _mm_setr_ps(0.0f, 0.0f, -0.0f, -0.0f)); }
-
-// The 8-point transform of the first pass and the radix-2 pass on the
-// operands a..d = z[p], z[p + 2], z[p + 4], z[p + 6] of p = 0, 1: Z in split
-// packs of four, re[0..3], re[4..7], im[0..3], im[4..7].
-inline void complex8(__m128 a, __m128 b, __m128 c, __m128 d, const float* tw, int ts, __m128 z[4]) {
-    const __m128 apc = _mm_add_ps(a, c), amc = _mm_sub_ps(a, c), bpd = _mm_add_ps(b, d), bmd = _mm_sub_ps(b, d);
-    const __m128 s = negHigh(swapHalves(bmd));  // Im(b - d) low, -Re(b - d) high
-    __m128 y[4] = {_mm_add_ps(apc, bpd), _mm_add_ps(amc, s), _mm_sub_ps(apc, bpd), _mm_sub_ps(amc, s)};
-    for (int j = 1; j < 4; ++j) {
-        // y * W: Re y Re W + Im y (-Im W) low, Im y Re W + Re y Im W high.
-        const __m128 wr = _mm_castpd_ps(_mm_load1_pd(reinterpret_cast<const double*>(tw + (2 * j - 2) * ts)));
-        const __m128 wi = _mm_castpd_ps(_mm_load1_pd(reinterpret_cast<const double*>(tw + (2 * j - 1) * ts)));
-        y[j] = _mm_add_ps(_mm_mul_ps(y[j], wr), _mm_mul_ps(swapHalves(y[j]), negLow(wi)));
-    }
-    _MM_TRANSPOSE4_PS(y[0], y[1], y[2], y[3]);  // rows: Re of p = 0, Re of p = 1, Im of p = 0, Im of p = 1
-    z[0] = _mm_add_ps(y[0], y[1]);
-    z[1] = _mm_sub_ps(y[0], y[1]);
-    z[2] = _mm_add_ps(y[2], y[3]);
-    z[3] = _mm_sub_ps(y[2], y[3]);
-}
-
-template <bool kScale>
-void forward16(const FftPlan& pl, const float* src, float* dst, float* work, bool ccs) {
-    // z[2m] = x[4m] + i x[4m + 1], z[2m + 1] = x[4m + 2] + i x[4m + 3].
-    __m128 in[4];
-    for (int k = 0; k < 4; ++k) {
-        const __m128 v = _mm_loadu_ps(src + 4 * k);
-        in[k] = _mm_shuffle_ps(v, v, _MM_SHUFFLE(3, 1, 2, 0));
-    }
-    __m128 z[4];
-    complex8(in[0], in[1], in[2], in[3], pl.tw, pl.twStride, z);
-    const Split zs = {work, work + 8};
-    for (int j = 0; j < 4; ++j) _mm_storeu_ps(work + 4 * j, z[j]);
-    const F1 f = F1::set1(pl.scale);
-    F1 dc = add(F1::load(zs.re), F1::load(zs.im)), ny = sub(F1::load(zs.re), F1::load(zs.im));
-    if (kScale) {
-        dc = mul(dc, f);
-        ny = mul(ny, f);
-    }
-    if (ccs) {
-        recombineFwdIn<F4, kScale>(zs, dst, 8, pl.recF, pl.scale, dc, F1::set1(0.0f));
-        store(dst + 16, ny);
-        dst[17] = 0.0f;
-    } else {
-        recombineFwdIn<F4, kScale>(zs, dst, 8, pl.recF, pl.scale, dc, ny);
-    }
-}
-
-template <bool kScale>
-void inverse16(const FftPlan& pl, const float* src, float* dst, float* work) {
-    const Split zs = {work, work + 8};
-    const F1 x0 = F1::load(src), xm = F1::load(src + 16);
-    recombineInvIn<F4>(src, zs, 8, pl.recI, add(x0, xm), neg(sub(x0, xm)));
-    const __m128 re0 = _mm_loadu_ps(work), re1 = _mm_loadu_ps(work + 4);
-    const __m128 im0 = _mm_loadu_ps(work + 8), im1 = _mm_loadu_ps(work + 12);
-    __m128 z[4];
-    complex8(_mm_movelh_ps(re0, im0), _mm_movehl_ps(im0, re0), _mm_movelh_ps(re1, im1), _mm_movehl_ps(im1, re1), pl.tw,
-             pl.twStride, z);
-    const ToJoinedConj<kScale> out = {dst, pl.scale};
-    out.put(0, Cx<F4>{{z[0]}, {z[2]}});
-    out.put(4, Cx<F4>{{z[1]}, {z[3]}});
-}
-#endif
-
 template <bool kScale, int kM>
 void forward(const FftPlan& pl, const float* src, float* dst, float* work, bool ccs) {
     const int M = kM != 0 ? kM : pl.M, ts = pl.twStride;
@@ -543,11 +467,7 @@ void inverse(const FftPlan& pl, const float* src, float* dst, float* work) {
 template <bool kScale>
 void forwardAnySize(const FftPlan& pl, const float* src, float* dst, float* work, bool ccs) {
     switch (pl.M) {
-#if defined(__SSE2__)
-        case 8: return forward16<kScale>(pl, src, dst, work, ccs);
-#else
         case 8: return forward<kScale, 8>(pl, src, dst, work, ccs);
-#endif
         case 16: return forward<kScale, 16>(pl, src, dst, work, ccs);
         case 32: return forward<kScale, 32>(pl, src, dst, work, ccs);
         default: return forward<kScale, 0>(pl, src, dst, work, ccs);
@@ -557,11 +477,7 @@ void forwardAnySize(const FftPlan& pl, const float* src, float* dst, float* work
 template <bool kScale>
 void inverseAnySize(const FftPlan& pl, const float* src, float* dst, float* work) {
     switch (pl.M) {
-#if defined(__SSE2__)
-        case 8: return inverse16<kScale>(pl, src, dst, work);
-#else
         case 8: return inverse<kScale, 8>(pl, src, dst, work);
-#endif
         case 16: return inverse<kScale, 16>(pl, src, dst, work);
         case 32: return inverse<kScale, 32>(pl, src, dst, work);
         default: return inverse<kScale, 0>(pl, src, dst, work);

@@ -14,7 +14,8 @@ constexpr int kOrder = 4, kN = 1 << kOrder;
 
 // Every buffer a call may touch, filled with a canary pattern; then a float
 // and a 16-bit block of order 4, and two forged blocks with a valid tag
-// whose recorded work size no allocation can serve.
+// whose recorded work size no allocation can serve (the float one of order
+// 6: orders 4 and 5 transform without a work area).
 struct Buffers {
     Kel8u mem32[256 + 16], mem16[304 + 16], init[64 + 16], work[320 + 16];
     Kel8u forged32[48], forged16[48];
@@ -31,7 +32,7 @@ struct Buffers {
         memset(static_cast<void*>(this), 0x5A, sizeof(*this));
         kelsFFTInit_R_32f(&spec32, kOrder, kelFftDivInvByN, 0, mem32, init);
         kelsFFTInit_R_16s32s(&spec16, kOrder, kelFftDivInvByN, 0, mem16, init);
-        const kel::FftHeader32f f = {kel::kFftTag32f, kOrder, 0, 0, 1.0f, 0, INT32_MAX, 0};
+        const kel::FftHeader32f f = {kel::kFftTag32f, kOrder + 2, 0, 0, 1.0f, 0, INT32_MAX, 0};
         memcpy(forged32, &f, sizeof(f));
         const kel::FftHeader16s h = {kel::kFftTag16s, kOrder, 0, INT32_MAX, 0, 0};
         memcpy(forged16, &h, sizeof(h));
