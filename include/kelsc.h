@@ -1511,7 +1511,8 @@ KELSC_API KelStatus kelsLongTermPostFilter_G729A_16s(Kel16s valDelay, const Kel1
    pSrcLpc: in, [11] Q12.
    pSrc: in, [40].
    pDst: out, [40], with the 10 previous outputs stored before it (read as
-         the filter memory; pDst may be pSrc). */
+         the filter memory; pDst may be pSrc).
+   Returns kelStatusOverflow (+12) when an output was saturated. */
 KELSC_API KelStatus kelsShortTermPostFilter_G729A_16s(const Kel16s* pSrcLpc, const Kel16s* pSrc, Kel16s* pDst);
 /* G.729 synthesis filter 1 / A(z): y[n] = sat16((4096 x[n] - sum over
    k = 1..10 of a[k] y[n - k] + 2048) >> 12) with a wrapping 32-bit sum
@@ -1519,7 +1520,12 @@ KELSC_API KelStatus kelsShortTermPostFilter_G729A_16s(const Kel16s* pSrcLpc, con
    pSrc: in, [40].
    pSrcLpc: in, [11] Q12.
    pDst: out, [40], with the 10 previous outputs stored before it (the
-         memory; the caller keeps the last 10 outputs there). */
+         memory; the caller keeps the last 10 outputs there).
+   Returns kelStatusOverflow (+12) when an output was saturated: the
+   decoder's cue to scale the excitation down and synthesise again
+   (G.729 4.1.6). The reference also reacts when a partial sum saturates
+   although the output does not; a decoder that must follow it there
+   checks the sums itself. */
 KELSC_API KelStatus kelsSynthesisFilter_G729_16s(const Kel16s* pSrc, const Kel16s* pSrcLpc, Kel16s* pDst);
 /* G.729 residual (analysis) filter A(z): dst[n] = (sum over i = 0..10 of
    a[i] src[n - i] + 2048) >> 12, the 32-bit sum wrapping, the result kept

@@ -240,8 +240,8 @@ void ownDecodeGain_G729I_16s(Kel32s energy, Kel16s attenuation, Kel16s* pPastQEn
 // History: 10 samples before pSrc.
 void ownResidualFilter_G729_16s(const Kel16s* pSrc, const Kel16s* pLpc, Kel16s* pDst);
 // All-pole synthesis with scale 12, saturated outputs; the memory is the
-// 10 samples before pDst. pSrc may be pDst.
-void ownSynthesisFilter_G729_16s(const Kel16s* pSrc, const Kel16s* pLpc, Kel16s* pDst);
+// 10 samples before pDst. pSrc may be pDst. True when an output saturated.
+bool ownSynthesisFilter_G729_16s(const Kel16s* pSrc, const Kel16s* pLpc, Kel16s* pDst);
 // Annex A harmonic post-filter (pit_pst_filt) on the residual pRes around
 // delay (18..145). History: 143 samples before pRes.
 void ownHarmonicPostFilter_G729A_16s(int delay, const Kel16s* pRes, Kel16s* pDst);

@@ -48,9 +48,9 @@ void ownResidualFilter_G729_16s(const Kel16s* pSrc, const Kel16s* pLpc, Kel16s* 
     }
 }
 
-void ownSynthesisFilter_G729_16s(const Kel16s* pSrc, const Kel16s* pLpc, Kel16s* pDst) {
+bool ownSynthesisFilter_G729_16s(const Kel16s* pSrc, const Kel16s* pLpc, Kel16s* pDst) {
     // Memory: the 10 outputs stored just before pDst.
-    ownSynthesisFilter_NR_16s(pLpc, pSrc, pDst, kSubframe, 12, pDst - kOrder, true);
+    return ownSynthesisFilter_NR_16s(pLpc, pSrc, pDst, kSubframe, 12, pDst - kOrder, true);
 }
 
 void ownHarmonicPostFilter_G729A_16s(int delay, const Kel16s* pRes, Kel16s* pDst) {
@@ -220,14 +220,12 @@ KelStatus kelsResidualFilter_G729_16s(const Kel16s* pSrc, const Kel16s* pSrcLpc,
 
 KelStatus kelsSynthesisFilter_G729_16s(const Kel16s* pSrc, const Kel16s* pSrcLpc, Kel16s* pDst) {
     KEL_CHECK(Args().ptr(pSrc, pSrcLpc, pDst));
-    kel::ownSynthesisFilter_G729_16s(pSrc, pSrcLpc, pDst);
-    return kelStatusOk;
+    return kel::ownSynthesisFilter_G729_16s(pSrc, pSrcLpc, pDst) ? kelStatusOverflow : kelStatusOk;
 }
 
 KelStatus kelsShortTermPostFilter_G729A_16s(const Kel16s* pSrcLpc, const Kel16s* pSrc, Kel16s* pDst) {
     KEL_CHECK(Args().ptr(pSrcLpc, pSrc, pDst));
-    kel::ownSynthesisFilter_G729_16s(pSrc, pSrcLpc, pDst);
-    return kelStatusOk;
+    return kel::ownSynthesisFilter_G729_16s(pSrc, pSrcLpc, pDst) ? kelStatusOverflow : kelStatusOk;
 }
 
 KelStatus kelsLongTermPostFilter_G729A_16s(Kel16s valDelay, const Kel16s* pSrcSpch, const Kel16s* pSrcLpc,
