@@ -222,14 +222,15 @@ int g729a_decode_frame(g729a_decoder* st, const int16_t* params, int bfi, int16_
         const Kel16s* q = sf == 0 ? prm + 4 : prm + 8;
 
         // Pitch delay; on erasure (or parity error in the first sub-frame)
-        // the previous integer lag, which then grows by one up to 143.
+        // the previous integer lag (144 after a second sub-frame at the top of
+        // its range), which then grows by one and is clipped to 143.
         if (sf == 0 ? !badPitch : !bfi) {
             decodeLag(p[0], sf, &t0, &frac);
             st->lagPrev = t0;
         } else {
             t0 = st->lagPrev;
             frac = 0;
-            if (st->lagPrev < kPitMax) ++st->lagPrev;
+            st->lagPrev = st->lagPrev >= kPitMax ? Kel16s{kPitMax} : static_cast<Kel16s>(st->lagPrev + 1);
         }
         lags[sf] = t0;
         const Kel16s delay[2] = {t0, frac};
