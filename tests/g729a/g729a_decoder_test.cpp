@@ -57,6 +57,38 @@ INSTANTIATE_TEST_SUITE_P(Sequences, G729aOfficial,
                          [](const ::testing::TestParamInfo<const char*>& info) { return std::string(info.param); });
 
 // ---------------------------------------------------------------------------
+// Golden frames from the annex A reference decoder: random parameters with
+// gains that drive the synthesis into its overflow rule, and erasures after
+// a second-sub-frame lag of 144 (see tests/vectors/README.md).
+// ---------------------------------------------------------------------------
+
+class G729aGolden : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(G729aGolden, DecoderReproducesReference) {
+    const std::string name = GetParam();
+    const std::vector<uint8_t> frames = kelsc_test::readBytes(kelsc_test::goldenPath("g729a/" + name + "_frames.bin"));
+    const Words want = readWords(kelsc_test::goldenPath("g729a/" + name + "_decoded.bin"));
+    constexpr size_t kBytes = 1 + G729A_FRAME_BITS / 8;
+    ASSERT_FALSE(frames.empty());
+    ASSERT_EQ(frames.size() % kBytes, 0u);
+    ASSERT_EQ(want.size(), frames.size() / kBytes * kSamples);
+    Words serial;
+    for (size_t f = 0; f < frames.size() / kBytes; ++f) {
+        const uint8_t* fr = &frames[f * kBytes];
+        serial.push_back(0x6B21);
+        serial.push_back(80);
+        for (int b = 0; b < G729A_FRAME_BITS; ++b)
+            serial.push_back(fr[0] ? 0 : ((fr[1 + b / 8] >> (7 - b % 8)) & 1) ? 0x0081 : 0x007F);
+    }
+    const Words got = decodeSerial(serial);
+    for (size_t i = 0; i < got.size(); ++i)
+        ASSERT_EQ(got[i], want[i]) << name << ": frame " << i / kSamples << ", sample " << i % kSamples;
+}
+
+INSTANTIATE_TEST_SUITE_P(Frames, G729aGolden, ::testing::Values("overflow", "lag144"),
+                         [](const ::testing::TestParamInfo<const char*>& info) { return std::string(info.param); });
+
+// ---------------------------------------------------------------------------
 // Erasures: the three ways of signalling one must conceal alike, and a
 // parity error must differ from both a good and an erased frame.
 // ---------------------------------------------------------------------------
