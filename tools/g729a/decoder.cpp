@@ -218,14 +218,14 @@ int g729a_decode_frame(g729a_decoder* st, const int16_t* params, int bfi, int16_
 
     for (int sf = 0; sf < 2; ++sf) {
         const int at = sf * kSubframe;
-        const Kel16s* p = prm + (sf == 0 ? 2 : 7);  // lag index, then (after the parity) code and gains
-        const Kel16s* q = sf == 0 ? prm + 4 : prm + 8;
+        const Kel16s lagIndex = prm[sf == 0 ? 2 : 7];  // P1 (followed by its parity P0) or P2
+        const Kel16s* q = prm + (sf == 0 ? 4 : 8);     // C, S, GA GB of the sub-frame
 
         // Pitch delay; on erasure (or parity error in the first sub-frame)
         // the previous integer lag (144 after a second sub-frame at the top of
         // its range), which then grows by one and is clipped to 143.
         if (sf == 0 ? !badPitch : !bfi) {
-            decodeLag(p[0], sf, &t0, &frac);
+            decodeLag(lagIndex, sf, &t0, &frac);
             st->lagPrev = t0;
         } else {
             t0 = st->lagPrev;
