@@ -36,7 +36,6 @@ inline Kel16s sat16(int32_t v) { return static_cast<Kel16s>(v > 32767 ? 32767 : 
 inline int32_t sat32(int64_t v) {
     return static_cast<int32_t>(v > INT32_MAX ? INT32_MAX : (v < INT32_MIN ? INT32_MIN : v));
 }
-inline Kel16s add(Kel16s a, Kel16s b) { return sat16(int32_t{a} + b); }
 inline int32_t lMult(Kel16s a, Kel16s b) { return sat32(int64_t{2} * a * b); }
 inline Kel16s roundFx(int32_t v) { return static_cast<Kel16s>(sat32(int64_t{v} + 0x8000) >> 16); }
 inline Kel16s mult(Kel16s a, Kel16s b) { return sat16((int32_t{a} * b) >> 15); }
