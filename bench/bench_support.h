@@ -1,5 +1,5 @@
-// Pieces shared by the peer comparisons in bench/: the committed speech
-// samples and a main() that checks agreement with the peer before timing.
+// Pieces shared by the comparisons in bench/: the committed speech samples,
+// the start-up agreement check and a main() that runs it before timing.
 #ifndef KELSC_BENCH_SUPPORT_H
 #define KELSC_BENCH_SUPPORT_H
 
@@ -55,6 +55,23 @@ inline size_t advance(size_t& pos, size_t n, size_t total) {
     pos += n;
     return at;
 }
+
+// Tallies the start-up comparisons of kelsc with a reference form: each
+// mismatch is reported once, with the input it occurred on.
+class Agreement {
+public:
+    explicit Agreement(const char* program, const char* other) : program_(program), other_(other) {}
+    void check(bool same, const char* what, size_t input) {
+        if (!same) fprintf(stderr, "%s: %s differs from %s (input %zu)\n", program_, what, other_, input);
+        ok_ = ok_ && same;
+    }
+    bool ok() const { return ok_; }
+
+private:
+    const char* program_;
+    const char* other_;
+    bool ok_ = true;
+};
 
 // Runs verify() first and times nothing unless kelsc and the peer agree;
 // "--verify-only" stops after the check (the CTest entry of each program).

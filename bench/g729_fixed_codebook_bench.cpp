@@ -28,6 +28,7 @@
 #include <vector>
 
 #include "basop.h"
+#include "bench_support.h"
 #include "g729/g729_internal.h"
 #include "kelsc.h"
 
@@ -808,13 +809,8 @@ bool verify() {
         fprintf(stderr, "g729_fixed_codebook_bench: golden inputs not found in %s\n", KELSC_G729_VECTORS);
         return false;
     }
-    bool ok = true;
-    const auto check = [&ok](bool same, const char* what, size_t i) {
-        if (!same)
-            fprintf(stderr, "g729_fixed_codebook_bench: %s differs from its basic-operator form (input %zu)\n", what,
-                    i);
-        ok = ok && same;
-    };
+    kelsc_bench::Agreement agree("g729_fixed_codebook_bench", "its basic-operator form");
+    const auto check = [&agree](bool same, const char* what, size_t i) { agree.check(same, what, i); };
     std::vector<Sub> acelp = d.acelp, annexD = d.annexD, annexE = d.annexE35;
     annexE.insert(annexE.end(), d.annexE44.begin(), d.annexE44.end());
     uint32_t s = 729;
@@ -875,7 +871,7 @@ bool verify() {
         basopSearchE(a.mode, a.x.data(), a.cn.data(), a.h.data(), c2.data(), y2.data(), w2.data());
         check(c1 == c2 && y1 == y2 && w1 == w2, "FixedCodebookSearch_G729E", i);
     }
-    return ok;
+    return agree.ok();
 }
 
 // --- Benchmarks ---------------------------------------------------------------------
@@ -941,13 +937,4 @@ KEL_BENCH(FixedCodebookSearch_G729E_44, basop, 40, annexESpeech44,
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    if (!verify()) return 1;
-    for (int i = 1; i < argc; ++i)
-        if (strcmp(argv[i], "--verify-only") == 0) return 0;
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+int main(int argc, char** argv) { return kelsc_bench::runAfterVerify(argc, argv, verify, "its basic-operator forms"); }

@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "basop.h"
+#include "bench_support.h"
 #include "g729/g729_internal.h"
 #include "kelsc.h"
 
@@ -215,11 +216,8 @@ bool verify() {
         fprintf(stderr, "g729_lsp_bench: golden inputs not found in %s\n", KELSC_G729_VECTORS);
         return false;
     }
-    bool ok = true;
-    const auto check = [&ok](bool same, const char* what, size_t i) {
-        if (!same) fprintf(stderr, "g729_lsp_bench: %s differs from its basic-operator form (input %zu)\n", what, i);
-        ok = ok && same;
-    };
+    kelsc_bench::Agreement agree("g729_lsp_bench", "its basic-operator form");
+    const auto check = [&agree](bool same, const char* what, size_t i) { agree.check(same, what, i); };
     std::vector<std::vector<Kel16s>> all = d.speechLpc;
     all.insert(all.end(), d.q10Lpc.begin(), d.q10Lpc.end());
     for (size_t i = 0; i < all.size(); ++i) {
@@ -243,7 +241,7 @@ bool verify() {
     }
     for (size_t i = 0; i < targets.size(); ++i)
         check(ownLSPPreselect_G729_16s(targets[i].data()) == basopPreselect(targets[i].data()), "LSP first stage", i);
-    return ok;
+    return agree.ok();
 }
 
 // --- Benchmarks ---------------------------------------------------------------------
@@ -280,13 +278,4 @@ KEL_BENCH(LSPPreselect_G729, basop, 128, targets, out[0] = static_cast<Kel16s>(b
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    if (!verify()) return 1;
-    for (int i = 1; i < argc; ++i)
-        if (strcmp(argv[i], "--verify-only") == 0) return 0;
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+int main(int argc, char** argv) { return kelsc_bench::runAfterVerify(argc, argv, verify, "its basic-operator forms"); }

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "basop.h"
+#include "bench_support.h"
 #include "g729/g729_internal.h"
 #include "kelsc.h"
 
@@ -209,11 +210,8 @@ bool verify() {
         fprintf(stderr, "g729_pitch_bench: golden inputs not found in %s\n", KELSC_G729_VECTORS);
         return false;
     }
-    bool ok = true;
-    const auto check = [&ok](bool same, const char* what, size_t i) {
-        if (!same) fprintf(stderr, "g729_pitch_bench: %s differs from its basic-operator form (input %zu)\n", what, i);
-        ok = ok && same;
-    };
+    kelsc_bench::Agreement agree("g729_pitch_bench", "its basic-operator form");
+    const auto check = [&agree](bool same, const char* what, size_t i) { agree.check(same, what, i); };
     for (size_t i = 0; i < d.frames.size(); ++i) {
         const SubFrame& f = d.frames[i];
         std::vector<Kel16s> a(f.exc), b(f.exc);
@@ -234,7 +232,7 @@ bool verify() {
         basopPredLt3(b.data() + 154, d.vectors[i].delay[0], d.vectors[i].delay[1]);
         check(a == b, "DecodeAdaptiveVector_G729_16s_I", i);
     }
-    return ok;
+    return agree.ok();
 }
 
 // --- Benchmarks ---------------------------------------------------------------------
@@ -302,13 +300,4 @@ BENCHMARK(Decode_basop)->Name("DecodeAdaptiveVector_G729/basop/40");
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    if (!verify()) return 1;
-    for (int i = 1; i < argc; ++i)
-        if (strcmp(argv[i], "--verify-only") == 0) return 0;
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+int main(int argc, char** argv) { return kelsc_bench::runAfterVerify(argc, argv, verify, "its basic-operator forms"); }
