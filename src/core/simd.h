@@ -30,8 +30,12 @@ inline VecI vload(const void* p) { return _mm512_loadu_si512(p); }
 inline void vstore(void* p, VecI v) { _mm512_storeu_si512(p, v); }
 inline VecI adds16(VecI a, VecI b) { return _mm512_adds_epi16(a, b); }
 inline VecI subs16(VecI a, VecI b) { return _mm512_subs_epi16(a, b); }
-inline VecI sll16(VecI a, __m128i n) { return _mm512_sll_epi16(a, n); }
-inline VecI sra16(VecI a, __m128i n) { return _mm512_sra_epi16(a, n); }
+// 16-bit shifts by a count broadcast to every lane: the per-lane form is one
+// instruction where the count-register form is two.
+using Count16 = __m512i;
+inline Count16 count16(int n) { return _mm512_set1_epi16(static_cast<short>(n)); }
+inline VecI sll16(VecI a, Count16 n) { return _mm512_sllv_epi16(a, n); }
+inline VecI sra16(VecI a, Count16 n) { return _mm512_srav_epi16(a, n); }
 inline VecI sra32(VecI a, __m128i n) { return _mm512_sra_epi32(a, n); }
 inline VecI mullo16(VecI a, VecI b) { return _mm512_mullo_epi16(a, b); }
 inline VecI mulhi16(VecI a, VecI b) { return _mm512_mulhi_epi16(a, b); }
@@ -50,6 +54,7 @@ inline int32_t hsum32(VecI v) { return _mm512_reduce_add_epi32(v); }
 inline uint64_t eqMask16(VecI a, VecI b) { return _mm512_cmpeq_epi16_mask(a, b); }
 constexpr int kMaskBitsPerLane16 = 1;
 inline VecI xor16(VecI a, VecI b) { return _mm512_xor_si512(a, b); }
+inline VecI and16(VecI a, VecI b) { return _mm512_and_si512(a, b); }
 inline VecI zero() { return _mm512_setzero_si512(); }
 // Rounded Q15 product (x * y + 2^14) >> 15; only -32768 * -32768 wraps.
 inline VecI mulhrs16(VecI a, VecI b) { return _mm512_mulhrs_epi16(a, b); }
@@ -60,8 +65,10 @@ inline VecI vload(const void* p) { return _mm256_loadu_si256(static_cast<const _
 inline void vstore(void* p, VecI v) { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
 inline VecI adds16(VecI a, VecI b) { return _mm256_adds_epi16(a, b); }
 inline VecI subs16(VecI a, VecI b) { return _mm256_subs_epi16(a, b); }
-inline VecI sll16(VecI a, __m128i n) { return _mm256_sll_epi16(a, n); }
-inline VecI sra16(VecI a, __m128i n) { return _mm256_sra_epi16(a, n); }
+using Count16 = __m128i;
+inline Count16 count16(int n) { return _mm_cvtsi32_si128(n); }
+inline VecI sll16(VecI a, Count16 n) { return _mm256_sll_epi16(a, n); }
+inline VecI sra16(VecI a, Count16 n) { return _mm256_sra_epi16(a, n); }
 inline VecI sra32(VecI a, __m128i n) { return _mm256_sra_epi32(a, n); }
 inline VecI mullo16(VecI a, VecI b) { return _mm256_mullo_epi16(a, b); }
 inline VecI mulhi16(VecI a, VecI b) { return _mm256_mulhi_epi16(a, b); }
@@ -86,6 +93,7 @@ inline uint64_t eqMask16(VecI a, VecI b) {
 }
 constexpr int kMaskBitsPerLane16 = 2;
 inline VecI xor16(VecI a, VecI b) { return _mm256_xor_si256(a, b); }
+inline VecI and16(VecI a, VecI b) { return _mm256_and_si256(a, b); }
 inline VecI zero() { return _mm256_setzero_si256(); }
 // Rounded Q15 product (x * y + 2^14) >> 15; only -32768 * -32768 wraps.
 inline VecI mulhrs16(VecI a, VecI b) { return _mm256_mulhrs_epi16(a, b); }
@@ -96,8 +104,10 @@ inline VecI vload(const void* p) { return _mm_loadu_si128(static_cast<const __m1
 inline void vstore(void* p, VecI v) { _mm_storeu_si128(static_cast<__m128i*>(p), v); }
 inline VecI adds16(VecI a, VecI b) { return _mm_adds_epi16(a, b); }
 inline VecI subs16(VecI a, VecI b) { return _mm_subs_epi16(a, b); }
-inline VecI sll16(VecI a, __m128i n) { return _mm_sll_epi16(a, n); }
-inline VecI sra16(VecI a, __m128i n) { return _mm_sra_epi16(a, n); }
+using Count16 = __m128i;
+inline Count16 count16(int n) { return _mm_cvtsi32_si128(n); }
+inline VecI sll16(VecI a, Count16 n) { return _mm_sll_epi16(a, n); }
+inline VecI sra16(VecI a, Count16 n) { return _mm_sra_epi16(a, n); }
 inline VecI sra32(VecI a, __m128i n) { return _mm_sra_epi32(a, n); }
 inline VecI mullo16(VecI a, VecI b) { return _mm_mullo_epi16(a, b); }
 inline VecI mulhi16(VecI a, VecI b) { return _mm_mulhi_epi16(a, b); }
@@ -121,33 +131,164 @@ inline uint64_t eqMask16(VecI a, VecI b) {
 }
 constexpr int kMaskBitsPerLane16 = 2;
 inline VecI xor16(VecI a, VecI b) { return _mm_xor_si128(a, b); }
+inline VecI and16(VecI a, VecI b) { return _mm_and_si128(a, b); }
 inline VecI zero() { return _mm_setzero_si128(); }
 #endif
 
 #if defined(KEL_SIMD)
 constexpr int kLanes16 = sizeof(VecI) / 2;
+constexpr int kLanes32 = sizeof(VecI) / 4;
+
+// Two consecutive result vectors (a widening kernel's output for one input
+// vector).
+struct VecI2 {
+    VecI lo, hi;
+};
+
+// Lanes equal to -32768 become 32767 (the one wrapping case of mulhrs16).
+inline VecI unwrapMin16(VecI r) {
+#if defined(__AVX512BW__)
+    return _mm512_mask_mov_epi16(r, _mm512_cmpeq_epi16_mask(r, set16(kMin16)), set16(kMax16));
+#else
+    return xor16(r, cmpeq16(r, set16(kMin16)));
+#endif
+}
+
+// Converts 32-bit lanes to float and returns the bits.
+inline VecI toFloatBits32(VecI v) {
+#if defined(__AVX512BW__)
+    return _mm512_castps_si512(_mm512_cvtepi32_ps(v));
+#elif defined(__AVX2__)
+    return _mm256_castps_si256(_mm256_cvtepi32_ps(v));
+#else
+    return _mm_castps_si128(_mm_cvtepi32_ps(v));
+#endif
+}
+
+// Exact 32-bit products of the 16-bit lanes of a and b, in element order.
+// unpack works within 128-bit blocks, so the low and high product halves
+// are first permuted to put 64-bit groups k and k + half into block k.
+inline VecI2 mulWide16(VecI a, VecI b) {
+    VecI lo = mullo16(a, b), hi = mulhi16(a, b);
+#if defined(__AVX512BW__)
+    const VecI order = _mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7);
+    lo = _mm512_permutexvar_epi64(order, lo);
+    hi = _mm512_permutexvar_epi64(order, hi);
+#elif defined(__AVX2__)
+    lo = _mm256_permute4x64_epi64(lo, 0xd8);
+    hi = _mm256_permute4x64_epi64(hi, 0xd8);
+#endif
+    return {unpacklo16(lo, hi), unpackhi16(lo, hi)};
+}
+
+// How a streaming kernel reads its sources: whole vectors, or (AVX-512)
+// only the lanes of a mask, the others reading as zero and never touching
+// memory. operator() reads kLanes16 values, widen() kLanes32 values
+// sign-extended to 32-bit lanes.
+struct FullLoad {
+    template <typename E>
+    VecI operator()(const E* p) const {
+        return vload(p);
+    }
+    VecI widen(const Kel16s* p) const {
+#if defined(__AVX512BW__)
+        return _mm512_cvtepi16_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
+#elif defined(__AVX2__)
+        return _mm256_cvtepi16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+#else
+        const __m128i x = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+        return _mm_srai_epi32(_mm_unpacklo_epi16(x, x), 16);
+#endif
+    }
+};
+
+#if defined(__AVX512BW__)
+// Lane k of the step is read (and written) when bit k of the mask is set.
+#define KEL_MASKED_EDGES 1
+struct MaskedLoad {
+    __mmask32 m;
+    template <typename E>
+    VecI operator()(const E* p) const {
+        return _mm512_maskz_loadu_epi16(m, p);
+    }
+    VecI widen(const Kel16s* p) const {
+        return _mm512_cvtepi16_epi32(_mm256_maskz_loadu_epi16(static_cast<__mmask16>(m), p));
+    }
+};
+
+inline void vstoreMasked(Kel16s* p, __mmask32 m, VecI v) { _mm512_mask_storeu_epi16(p, m, v); }
+inline void vstoreMasked(Kel16u* p, __mmask32 m, VecI v) { _mm512_mask_storeu_epi16(p, m, v); }
+template <typename T32>
+inline void vstoreMasked(T32* p, __mmask32 m, VecI v) {
+    static_assert(sizeof(T32) == 4, "32-bit destination");
+    _mm512_mask_storeu_epi32(p, static_cast<__mmask16>(m), v);
+}
+template <typename T32>
+inline void vstoreMasked(T32* p, __mmask32 m, VecI2 v) {
+    vstoreMasked(p, m, v.lo);
+    vstoreMasked(p + kLanes32, m >> kLanes32, v.hi);
+}
 #endif
 
-// The loop of every streaming kernel: element-wise until the destination
-// reaches a vector boundary (split stores cost more than anything else in
-// these loops), then whole vectors, then the remainder element-wise.
+inline void vstore(void* p, VecI2 v) {
+    vstore(p, v.lo);
+    vstore(static_cast<char*>(p) + sizeof(VecI), v.hi);
+}
+#endif
+
+// The loop of every streaming kernel: up to the first vector boundary of
+// the destination (split stores cost more than anything else in these
+// loops), then whole vectors, then the remainder. vector(i, load) returns
+// the results for elements i onwards (a VecI, or a VecI2 for widening
+// kernels), reading its sources through load, and the loop stores them;
+// results are formed four vectors at a time before any is stored. With
+// AVX-512 the edges are one masked step each; otherwise they go element by
+// element through scalar(i). Element i of the result depends on element i
+// of the sources only, so in place operation (destination equal to a
+// source) is unaffected by the order.
+//
+// Always inlined: an out-of-line copy receives the two lambdas through the
+// stack, and reading back their just-written captures stalls store
+// forwarding for longer than a 40-sample call takes.
 #if defined(KEL_SIMD)
-#define KEL_VECTOR(...) [=](int i) { __VA_ARGS__; }
+#define KEL_VECTOR(...) [=](int i, auto load) { return __VA_ARGS__; }
 #else
 #define KEL_VECTOR(...) nullptr
 #endif
 template <typename T, typename Scalar, typename Vector>
-inline void stream(T* d, int n, Scalar scalar, Vector vector) {
+__attribute__((always_inline)) inline void stream(T* d, int n, Scalar scalar, Vector vector) {
     int i = 0;
 #if defined(KEL_SIMD)
-    constexpr int lanes = sizeof(VecI) / sizeof(T);
+    using Result = decltype(vector(0, FullLoad{}));
+    constexpr int step = sizeof(Result) / sizeof(T);
+    constexpr int group = 4 * sizeof(VecI) / sizeof(Result);
     const int misalign = static_cast<int>(reinterpret_cast<uintptr_t>(d) % sizeof(VecI));
     int head = misalign % sizeof(T) != 0 ? n : static_cast<int>((sizeof(VecI) - misalign) % sizeof(VecI) / sizeof(T));
-    if (n < 8 * lanes) head = 0;  // short vectors: peeling costs more than a split store
+    if (n < 8 * static_cast<int>(sizeof(VecI) / sizeof(T))) head = 0;  // short vectors: a split store costs less
     head = head < n ? head : n;
+#if defined(KEL_MASKED_EDGES)
+    (void)scalar;
+    if (head > 0) {
+        const __mmask32 m = (__mmask32{1} << head) - 1;
+        vstoreMasked(d, m, vector(0, MaskedLoad{m}));
+        i = head;
+    }
+#else
     for (; i < head; ++i) scalar(i);
-#pragma GCC unroll 4
-    for (; i + lanes <= n; i += lanes) vector(i);
+#endif
+    for (; i + group * step <= n; i += group * step) {
+        Result r[group];
+        for (int k = 0; k < group; ++k) r[k] = vector(i + k * step, FullLoad{});
+        for (int k = 0; k < group; ++k) vstore(d + i + k * step, r[k]);
+    }
+    for (; i + step <= n; i += step) vstore(d + i, vector(i, FullLoad{}));
+#if defined(KEL_MASKED_EDGES)
+    if (i < n) {
+        const __mmask32 m = (__mmask32{1} << (n - i)) - 1;
+        vstoreMasked(d + i, m, vector(i, MaskedLoad{m}));
+    }
+    return;
+#endif
 #else
     (void)d;
     (void)vector;

@@ -26,20 +26,19 @@ namespace KEL_VEC_NS {
 
 void add_16s(const Kel16s* a, const Kel16s* b, Kel16s* d, int n) {
     stream(
-        d, n, [=](int i) { d[i] = add(a[i], b[i]); }, KEL_VECTOR(vstore(d + i, adds16(vload(a + i), vload(b + i)))));
+        d, n, [=](int i) { d[i] = add(a[i], b[i]); }, KEL_VECTOR(adds16(load(a + i), load(b + i))));
 }
 
 // d = b - a (second minus first).
 void sub_16s(const Kel16s* a, const Kel16s* b, Kel16s* d, int n) {
     stream(
-        d, n, [=](int i) { d[i] = sub(b[i], a[i]); }, KEL_VECTOR(vstore(d + i, subs16(vload(b + i), vload(a + i)))));
+        d, n, [=](int i) { d[i] = sub(b[i], a[i]); }, KEL_VECTOR(subs16(load(b + i), load(a + i))));
 }
 
 // |x| as max(x, 0 -sat x), which maps -32768 to 32767.
 void abs_16s(const Kel16s* s, Kel16s* d, int n) {
     stream(
-        d, n, [=](int i) { d[i] = abs_s(s[i]); },
-        KEL_VECTOR(const VecI x = vload(s + i); vstore(d + i, max16(x, subs16(zero(), x)))));
+        d, n, [=](int i) { d[i] = abs_s(s[i]); }, KEL_VECTOR(max16(load(s + i), subs16(zero(), load(s + i)))));
 }
 
 void add_32f(const Kel32f* a, const Kel32f* b, Kel32f* d, int n) {
@@ -78,17 +77,15 @@ inline void mulRoundKernel(const Kel16s* a, Second second, Kel16s* d, int n, int
     if (sf <= 30) {
 #if defined(__SSSE3__)
         if (sf == 15) {
-            const VecI wrapped = set16(kMin16);
-            stream(d, n, scalar, [=](int i) {
-                const VecI r = mulhrs16(vload(a + i), second.vec(i));
-                vstore(d + i, xor16(r, cmpeq16(r, wrapped)));
-            });
+            stream(d, n, scalar,
+                   [=](int i, auto load) { return unwrapMin16(mulhrs16(load(a + i), second.vec(i, load))); });
             return;
         }
 #endif
         const VecI rnd = set32(static_cast<int32_t>(rnd64));
         const __m128i count = _mm_cvtsi32_si128(sf);
-        stream(d, n, scalar, [=](int i) { vstore(d + i, mulRound16(vload(a + i), second.vec(i), rnd, count)); });
+        stream(d, n, scalar,
+               [=](int i, auto load) { return mulRound16(load(a + i), second.vec(i, load), rnd, count); });
         return;
     }
 #endif
@@ -100,14 +97,20 @@ struct VectorOperand {
     const Kel16s* p;
     Kel16s at(int i) const { return p[i]; }
 #if defined(KEL_SIMD)
-    VecI vec(int i) const { return vload(p + i); }
+    template <typename Load>
+    VecI vec(int i, Load load) const {
+        return load(p + i);
+    }
 #endif
 };
 struct ConstantOperand {
     Kel16s v;
 #if defined(KEL_SIMD)
     VecI broadcast;
-    VecI vec(int) const { return broadcast; }
+    template <typename Load>
+    VecI vec(int, Load) const {
+        return broadcast;
+    }
 #endif
     Kel16s at(int) const { return v; }
 };
@@ -124,20 +127,35 @@ void mulCNR_16s(const Kel16s* a, Kel16s v, Kel16s* d, int n, int sf) {
 #endif
 }
 
-// 32-bit products scaled, -30 <= sf <= 30.
+// 32-bit products scaled, -30 <= sf <= 30. For sf > 0 the products are
+// rounded to nearest, ties to even; |p| <= 2^30, so the sum p + half + odd
+// bit stays inside 32 bits.
 void mul_16s32s(const Kel16s* a, const Kel16s* b, Kel32s* d, int n, int sf) {
-    if (sf == 0) {
-        for (int i = 0; i < n; ++i) d[i] = int32_t{a[i]} * b[i];
-    } else if (sf > 0) {
-        // |p| <= 2^30, so the ties-to-even sum stays inside 32 bits.
-        const int32_t half = (int32_t{1} << (sf - 1)) - 1;
-        for (int i = 0; i < n; ++i) {
-            const int32_t p = int32_t{a[i]} * b[i];
-            d[i] = (p + half + ((p >> sf) & 1)) >> sf;
-        }
-    } else {
+    if (sf < 0) {
         for (int i = 0; i < n; ++i) d[i] = shlSatTo<Kel32s>(int32_t{a[i]} * b[i], -sf);
+        return;
     }
+    if (sf == 0) {
+        stream(
+            d, n, [=](int i) { d[i] = int32_t{a[i]} * b[i]; }, KEL_VECTOR(mulWide16(load(a + i), load(b + i))));
+        return;
+    }
+    const int32_t half = (int32_t{1} << (sf - 1)) - 1;
+    const auto scalar = [=](int i) {
+        const int32_t p = int32_t{a[i]} * b[i];
+        d[i] = (p + half + ((p >> sf) & 1)) >> sf;
+    };
+#if defined(KEL_SIMD)
+    const VecI halfV = set32(half), one = set32(1);
+    const __m128i count = _mm_cvtsi32_si128(sf);
+    const auto round = [=](VecI p) { return sra32(add32(add32(p, halfV), and16(sra32(p, count), one)), count); };
+    stream(d, n, scalar, [=](int i, auto load) {
+        const VecI2 p = mulWide16(load(a + i), load(b + i));
+        return VecI2{round(p.lo), round(p.hi)};
+    });
+#else
+    stream(d, n, scalar, nullptr);
+#endif
 }
 
 // Constant product scaled to 16 bits, v != 0, -15 <= sf <= 30.
@@ -158,21 +176,19 @@ void mulC_16s(Kel16s v, const Kel16s* s, Kel16s* d, int n, int sf) {
 // Logical left shift of 16-bit patterns, 0 <= sh <= 15.
 void lshift_16u(const Kel16u* s, int sh, Kel16u* d, int n) {
 #if defined(KEL_SIMD)
-    const __m128i count = _mm_cvtsi32_si128(sh);
+    const Count16 count = count16(sh);
 #endif
     stream(
-        d, n, [=](int i) { d[i] = static_cast<Kel16u>(s[i] << sh); },
-        KEL_VECTOR(vstore(d + i, sll16(vload(s + i), count))));
+        d, n, [=](int i) { d[i] = static_cast<Kel16u>(s[i] << sh); }, KEL_VECTOR(sll16(load(s + i), count)));
 }
 
 // Arithmetic right shift, 0 <= sh <= 15.
 void rshift_16s(const Kel16s* s, int sh, Kel16s* d, int n) {
 #if defined(KEL_SIMD)
-    const __m128i count = _mm_cvtsi32_si128(sh);
+    const Count16 count = count16(sh);
 #endif
     stream(
-        d, n, [=](int i) { d[i] = static_cast<Kel16s>(s[i] >> sh); },
-        KEL_VECTOR(vstore(d + i, sra16(vload(s + i), count))));
+        d, n, [=](int i) { d[i] = static_cast<Kel16s>(s[i] >> sh); }, KEL_VECTOR(sra16(load(s + i), count)));
 }
 
 // Logical left shift of 32-bit patterns, 0 <= sh <= 31.
@@ -327,11 +343,13 @@ Kel16s maxAbs_16s(const Kel16s* s, int n) {
 }
 
 void conv_16s32s(const Kel16s* s, Kel32s* d, int n) {
-    for (int i = 0; i < n; ++i) d[i] = s[i];
+    stream(
+        d, n, [=](int i) { d[i] = s[i]; }, KEL_VECTOR(load.widen(s + i)));
 }
 
 void conv_16s32f(const Kel16s* s, Kel32f* d, int n) {
-    for (int i = 0; i < n; ++i) d[i] = static_cast<Kel32f>(s[i]);
+    stream(
+        d, n, [=](int i) { d[i] = static_cast<Kel32f>(s[i]); }, KEL_VECTOR(toFloatBits32(load.widen(s + i))));
 }
 
 void conv_32s32f(const Kel32s* s, Kel32f* d, int n) {

@@ -1,11 +1,14 @@
 // Every instruction-set variant of the dispatched vector kernels gives the
 // same results, bit for bit, as a plain per-element model on the basic
-// operators, at lengths that hit every loop tail.
+// operators, at lengths that hit every loop tail; and the streaming kernels
+// touch nothing outside their buffers whatever their length and alignment
+// (masked AVX-512 edges read and write inside guard pages).
 #include <gtest/gtest.h>
 
 #include <vector>
 
 #include "basop.h"
+#include "support/guarded_pages.h"
 #include "support/test_data.h"
 #include "vec_kernels_decl.h"
 
@@ -35,6 +38,8 @@ struct Variant {
     decltype(&kel::base::max_32s) max32;
     decltype(&kel::base::maxAbs_16s) maxAbs;
     decltype(&kel::base::findFirst_16s) findFirst;
+    decltype(&kel::base::conv_16s32s) conv32;
+    decltype(&kel::base::conv_16s32f) convF;
 };
 
 #define KEL_VARIANT(ns, avail)                                                                                     \
@@ -42,7 +47,7 @@ struct Variant {
 #ns, avail, kel::ns::add_16s, kel::ns::sub_16s, kel::ns::abs_16s, kel::ns::mulNR_16s, kel::ns::mulCNR_16s, \
             kel::ns::lshift_16u, kel::ns::mul_16s32s, kel::ns::mulC_16s, kel::ns::rshift_16s, kel::ns::lshift_32s, \
             kel::ns::sum_16s, kel::ns::dot_16s, kel::ns::max_16s, kel::ns::min_16s, kel::ns::max_32s,              \
-            kel::ns::maxAbs_16s, kel::ns::findFirst_16s                                                            \
+            kel::ns::maxAbs_16s, kel::ns::findFirst_16s, kel::ns::conv_16s32s, kel::ns::conv_16s32f                \
     }
 
 std::vector<Variant> variants() {
@@ -64,6 +69,51 @@ std::vector<int> lengths() {
 
 void PrintTo(const Variant& v, std::ostream* os) { *os << v.name; }
 
+// Product of the 32-bit kernel: exact at sf 0, rounded to nearest with ties
+// to even for sf > 0, shifted left with saturation for sf < 0.
+Kel32s product32(Kel16s x, Kel16s y, int sf) {
+    const int64_t p = int64_t{x} * y;
+    if (sf <= 0) return kel::sat32(p * (int64_t{1} << -sf));
+    const int64_t q = p >> sf, rem = p - (q << sf), half = int64_t{1} << (sf - 1);
+    return static_cast<Kel32s>(q + (rem > half || (rem == half && (q & 1))));
+}
+
+// Runs every streaming kernel of k on a and b (n values) into d16, d32 and
+// f and compares each element with the model. sf is the rounded-product
+// scale, 0..30.
+void checkStreaming(const Variant& k, const Kel16s* a, const Kel16s* b, Kel16s* d16, Kel32s* d32, Kel32f* f, int n,
+                    int sf) {
+    const auto each16 = [&](const char* what, auto model) {
+        for (int i = 0; i < n; ++i) ASSERT_EQ(d16[i], model(i)) << k.name << " " << what << " n " << n << " i " << i;
+    };
+    k.add(a, b, d16, n);
+    each16("add", [&](int i) { return kel::add(a[i], b[i]); });
+    k.sub(a, b, d16, n);
+    each16("sub", [&](int i) { return kel::sub(b[i], a[i]); });
+    k.abs(a, d16, n);
+    each16("abs", [&](int i) { return kel::abs_s(a[i]); });
+    k.rshift(a, 5, d16, n);
+    each16("rshift", [&](int i) { return kel::shr(a[i], 5); });
+    k.lshift(reinterpret_cast<const Kel16u*>(a), 5, reinterpret_cast<Kel16u*>(d16), n);
+    each16("lshift", [&](int i) { return static_cast<Kel16s>(static_cast<uint16_t>(a[i]) << 5); });
+    const int64_t rnd = sf > 0 ? int64_t{1} << (sf - 1) : 0;
+    for (int s : {sf, 15}) {  // 15 takes the rounded Q15 product
+        const int64_t r = s == 15 ? 1 << 14 : rnd;
+        k.mulNR(a, b, d16, n, s);
+        each16("mulNR", [&](int i) { return kel::sat16((int64_t{a[i]} * b[i] + r) >> s); });
+        k.mulCNR(a, b[0], d16, n, s);
+        each16("mulCNR", [&](int i) { return kel::sat16((int64_t{a[i]} * b[0] + r) >> s); });
+    }
+    for (int s : {0, 1, 3, 30, -3}) {
+        k.mul32(a, b, d32, n, s);
+        for (int i = 0; i < n; ++i) ASSERT_EQ(d32[i], product32(a[i], b[i], s)) << k.name << " mul32 sf " << s;
+    }
+    k.conv32(a, d32, n);
+    for (int i = 0; i < n; ++i) ASSERT_EQ(d32[i], a[i]) << k.name << " conv32 n " << n;
+    k.convF(a, f, n);
+    for (int i = 0; i < n; ++i) ASSERT_EQ(f[i], static_cast<Kel32f>(a[i])) << k.name << " convF n " << n;
+}
+
 class SimdKernels : public ::testing::TestWithParam<Variant> {};
 
 TEST_P(SimdKernels, BitIdenticalToScalarModel) {
@@ -78,36 +128,20 @@ TEST_P(SimdKernels, BitIdenticalToScalarModel) {
             if (pass == 2)
                 for (int i = 0; i < n; ++i) a[i] = (i % 3) ? -32768 : 32767, b[i] = (i % 2) ? -32768 : 32767;
             const V32 w = rng.vec32(n);
-            V16 add(n), sub(n), abs(n), nr(n), mc(n), rs(n);
-            V32 m32(n), ls(n);
-            k.add(a.data(), b.data(), add.data(), n);
-            k.sub(a.data(), b.data(), sub.data(), n);
-            k.abs(a.data(), abs.data(), n);
+            V16 d16(n);
+            V32 d32(n), ls(n);
+            std::vector<Kel32f> f(n);
             const int sf = (n + pass) % 5 == 0 ? 0 : (n * 7 + pass) % 31;  // 0..30 across the runs
-            V16 nc(n), ls16(n);
-            k.mulNR(a.data(), b.data(), nr.data(), n, sf);
-            k.mulCNR(a.data(), b[0], nc.data(), n, sf);
-            k.lshift(reinterpret_cast<const Kel16u*>(a.data()), 5, reinterpret_cast<Kel16u*>(ls16.data()), n);
-            k.mul32(a.data(), b.data(), m32.data(), n, 3);
+            checkStreaming(k, a.data(), b.data(), d16.data(), d32.data(), f.data(), n, sf);
+            if (::testing::Test::HasFatalFailure()) return;
+            V16 mc(n);
             k.mulC(-32768, a.data(), mc.data(), n, -3);
-            k.rshift(a.data(), 5, rs.data(), n);
             k.lshift32(w.data(), 7, ls.data(), n);
             int64_t sum = 0, dot = 0;
             Kel16s mx = a[0], mn = a[0], ma = 0;
             Kel32s mw = w[0];
             for (int i = 0; i < n; ++i) {
-                ASSERT_EQ(add[i], kel::add(a[i], b[i])) << k.name << " n " << n;
-                ASSERT_EQ(sub[i], kel::sub(b[i], a[i])) << k.name << " n " << n;
-                ASSERT_EQ(abs[i], kel::abs_s(a[i])) << k.name << " n " << n;
-                const int64_t rnd = sf > 0 ? int64_t{1} << (sf - 1) : 0;
-                ASSERT_EQ(nr[i], kel::sat16((int64_t{a[i]} * b[i] + rnd) >> sf)) << k.name << " sf " << sf;
-                ASSERT_EQ(nc[i], kel::sat16((int64_t{a[i]} * b[0] + rnd) >> sf)) << k.name << " sf " << sf;
-                ASSERT_EQ(ls16[i], static_cast<Kel16s>(static_cast<uint16_t>(a[i]) << 5)) << k.name;
-                const int32_t p = int32_t{a[i]} * b[i];
-                const int32_t q = p >> 3, rem = p & 7;  // ties to even at sf 3
-                ASSERT_EQ(m32[i], q + (rem > 4 || (rem == 4 && (q & 1)))) << k.name;
                 ASSERT_EQ(mc[i], kel::shl(kel::sat16(-32768 * int32_t{a[i]}), 3)) << k.name;
-                ASSERT_EQ(rs[i], kel::shr(a[i], 5)) << k.name;
                 ASSERT_EQ(ls[i], static_cast<Kel32s>(static_cast<uint32_t>(w[i]) << 7)) << k.name;
                 sum += a[i];
                 dot += int64_t{a[i]} * b[i];
@@ -124,6 +158,33 @@ TEST_P(SimdKernels, BitIdenticalToScalarModel) {
             ASSERT_EQ(k.max32(w.data(), n), mw) << k.name;
             for (Kel16s key : {mn, mx, a[n / 2], a[n - 1]})
                 ASSERT_EQ(k.findFirst(a.data(), n, key), std::find(a.begin(), a.end(), key) - a.begin()) << k.name;
+        }
+    }
+}
+
+TEST_P(SimdKernels, StreamingEdgesStayInsideTheBuffers) {
+    const Variant& k = GetParam();
+    if (!k.available) GTEST_SKIP() << k.name << " not supported on this processor";
+    kelsc_test::GuardedPages pa, pb, p16, p32, pf;
+    ASSERT_TRUE(pa.ok() && pb.ok() && p16.ok() && p32.ok() && pf.ok());
+    Rng rng(7);
+    std::vector<int> ns = lengths();
+    ns.pop_back();  // 4097 values do not fit one page
+    for (int n : {255, 256, 257, 511}) ns.push_back(n);
+    for (int n : ns) {
+        // At the start of the page, any read or write before element 0
+        // faults; at the end, any beyond element n - 1 (and the destination
+        // then starts at every alignment).
+        for (int atEnd = 0; atEnd < 2; ++atEnd) {
+            const size_t u = static_cast<size_t>(n);
+            Kel16s* a = atEnd ? pa.atEnd<Kel16s>(u) : pa.atStart<Kel16s>();
+            Kel16s* b = atEnd ? pb.atEnd<Kel16s>(u) : pb.atStart<Kel16s>();
+            Kel16s* d16 = atEnd ? p16.atEnd<Kel16s>(u) : p16.atStart<Kel16s>();
+            Kel32s* d32 = atEnd ? p32.atEnd<Kel32s>(u) : p32.atStart<Kel32s>();
+            Kel32f* f = atEnd ? pf.atEnd<Kel32f>(u) : pf.atStart<Kel32f>();
+            for (int i = 0; i < n; ++i) a[i] = rng.s16(), b[i] = rng.s16();
+            checkStreaming(k, a, b, d16, d32, f, n, n % 31);
+            if (::testing::Test::HasFatalFailure()) return;
         }
     }
 }

@@ -4,11 +4,10 @@
 // its excitation buffer or weighted-speech window (guard pages around them).
 #include <gtest/gtest.h>
 #include <string.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include "kelsc.h"
 #include "support/arg_checks.h"
+#include "support/guarded_pages.h"
 #include "support/test_data.h"
 
 namespace {
@@ -104,39 +103,13 @@ TEST_P(G729PitchChecks, FirstFailedCheckWinsAndNothingIsWritten) { kelsc_test::e
 
 INSTANTIATE_TEST_SUITE_P(All, G729PitchChecks, ::testing::ValuesIn(kCases), kelsc_test::checkCaseName<Buffers>);
 
-// Three pages: inaccessible, data, inaccessible. A block of n samples is
-// placed either at the start of the data page or at its end, so that a
-// read before or after it faults.
-class GuardedPages {
-public:
-    GuardedPages() {
-        page_ = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-        void* p = mmap(nullptr, 3 * page_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        base_ = p == MAP_FAILED ? nullptr : static_cast<char*>(p);
-        if (base_) {
-            mprotect(base_, page_, PROT_NONE);
-            mprotect(base_ + 2 * page_, page_, PROT_NONE);
-        }
-    }
-    ~GuardedPages() {
-        if (base_) munmap(base_, 3 * page_);
-    }
-    bool ok() const { return base_ != nullptr; }
-    Kel16s* atStart() { return reinterpret_cast<Kel16s*>(base_ + page_); }
-    Kel16s* atEnd(size_t n) { return reinterpret_cast<Kel16s*>(base_ + 2 * page_) - n; }
-
-private:
-    size_t page_ = 0;
-    char* base_ = nullptr;
-};
-
 void fillRandom(Kel16s* p, size_t n, kelsc_test::Rng& rng, int amplitude) {
     for (size_t i = 0; i < n; ++i)
         p[i] = static_cast<Kel16s>(static_cast<int>(rng.next() % (2 * amplitude + 1)) - amplitude);
 }
 
 TEST(G729PitchBounds, NoReadOutsideTheBuffersForAnyAcceptedDelay) {
-    GuardedPages pages;
+    kelsc_test::GuardedPages pages;
     ASSERT_TRUE(pages.ok());
     kelsc_test::Rng rng(729);
     Kel16s x[40], h[40], v[40], d[2];
