@@ -37,12 +37,21 @@ inline Count16 count16(int n) { return _mm512_set1_epi16(static_cast<short>(n));
 inline VecI sll16(VecI a, Count16 n) { return _mm512_sllv_epi16(a, n); }
 inline VecI sra16(VecI a, Count16 n) { return _mm512_srav_epi16(a, n); }
 inline VecI sra32(VecI a, __m128i n) { return _mm512_sra_epi32(a, n); }
+inline VecI srl32by16(VecI a) { return _mm512_srli_epi32(a, 16); }
+inline VecI sll32by16(VecI a) { return _mm512_slli_epi32(a, 16); }
+// Sum of the unsigned 32-bit lanes.
+inline uint64_t hsumU32(VecI v) {
+    const __m512i pairs =
+        _mm512_add_epi64(_mm512_and_si512(v, _mm512_set1_epi64(0xffffffff)), _mm512_srli_epi64(v, 32));
+    return static_cast<uint64_t>(_mm512_reduce_add_epi64(pairs));
+}
 inline VecI mullo16(VecI a, VecI b) { return _mm512_mullo_epi16(a, b); }
 inline VecI mulhi16(VecI a, VecI b) { return _mm512_mulhi_epi16(a, b); }
 inline VecI unpacklo16(VecI a, VecI b) { return _mm512_unpacklo_epi16(a, b); }
 inline VecI unpackhi16(VecI a, VecI b) { return _mm512_unpackhi_epi16(a, b); }
 inline VecI packs32(VecI a, VecI b) { return _mm512_packs_epi32(a, b); }
 inline VecI add32(VecI a, VecI b) { return _mm512_add_epi32(a, b); }
+inline VecI sub32(VecI a, VecI b) { return _mm512_sub_epi32(a, b); }
 inline VecI set32(int32_t v) { return _mm512_set1_epi32(v); }
 inline VecI set16(Kel16s v) { return _mm512_set1_epi16(v); }
 inline VecI max16(VecI a, VecI b) { return _mm512_max_epi16(a, b); }
@@ -70,12 +79,21 @@ inline Count16 count16(int n) { return _mm_cvtsi32_si128(n); }
 inline VecI sll16(VecI a, Count16 n) { return _mm256_sll_epi16(a, n); }
 inline VecI sra16(VecI a, Count16 n) { return _mm256_sra_epi16(a, n); }
 inline VecI sra32(VecI a, __m128i n) { return _mm256_sra_epi32(a, n); }
+inline VecI srl32by16(VecI a) { return _mm256_srli_epi32(a, 16); }
+inline VecI sll32by16(VecI a) { return _mm256_slli_epi32(a, 16); }
+inline uint64_t hsumU32(VecI v) {
+    const __m256i pairs =
+        _mm256_add_epi64(_mm256_and_si256(v, _mm256_set1_epi64x(0xffffffff)), _mm256_srli_epi64(v, 32));
+    const __m128i q = _mm_add_epi64(_mm256_castsi256_si128(pairs), _mm256_extracti128_si256(pairs, 1));
+    return static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_add_epi64(q, _mm_unpackhi_epi64(q, q))));
+}
 inline VecI mullo16(VecI a, VecI b) { return _mm256_mullo_epi16(a, b); }
 inline VecI mulhi16(VecI a, VecI b) { return _mm256_mulhi_epi16(a, b); }
 inline VecI unpacklo16(VecI a, VecI b) { return _mm256_unpacklo_epi16(a, b); }
 inline VecI unpackhi16(VecI a, VecI b) { return _mm256_unpackhi_epi16(a, b); }
 inline VecI packs32(VecI a, VecI b) { return _mm256_packs_epi32(a, b); }
 inline VecI add32(VecI a, VecI b) { return _mm256_add_epi32(a, b); }
+inline VecI sub32(VecI a, VecI b) { return _mm256_sub_epi32(a, b); }
 inline VecI set32(int32_t v) { return _mm256_set1_epi32(v); }
 inline VecI set16(Kel16s v) { return _mm256_set1_epi16(v); }
 inline VecI max16(VecI a, VecI b) { return _mm256_max_epi16(a, b); }
@@ -109,12 +127,20 @@ inline Count16 count16(int n) { return _mm_cvtsi32_si128(n); }
 inline VecI sll16(VecI a, Count16 n) { return _mm_sll_epi16(a, n); }
 inline VecI sra16(VecI a, Count16 n) { return _mm_sra_epi16(a, n); }
 inline VecI sra32(VecI a, __m128i n) { return _mm_sra_epi32(a, n); }
+inline VecI srl32by16(VecI a) { return _mm_srli_epi32(a, 16); }
+inline VecI sll32by16(VecI a) { return _mm_slli_epi32(a, 16); }
+inline uint64_t hsumU32(VecI v) {
+    alignas(16) uint32_t l[4];
+    _mm_store_si128(reinterpret_cast<__m128i*>(l), v);
+    return uint64_t{l[0]} + l[1] + l[2] + l[3];
+}
 inline VecI mullo16(VecI a, VecI b) { return _mm_mullo_epi16(a, b); }
 inline VecI mulhi16(VecI a, VecI b) { return _mm_mulhi_epi16(a, b); }
 inline VecI unpacklo16(VecI a, VecI b) { return _mm_unpacklo_epi16(a, b); }
 inline VecI unpackhi16(VecI a, VecI b) { return _mm_unpackhi_epi16(a, b); }
 inline VecI packs32(VecI a, VecI b) { return _mm_packs_epi32(a, b); }
 inline VecI add32(VecI a, VecI b) { return _mm_add_epi32(a, b); }
+inline VecI sub32(VecI a, VecI b) { return _mm_sub_epi32(a, b); }
 inline VecI set32(int32_t v) { return _mm_set1_epi32(v); }
 inline VecI set16(Kel16s v) { return _mm_set1_epi16(v); }
 inline VecI max16(VecI a, VecI b) { return _mm_max_epi16(a, b); }
@@ -151,6 +177,17 @@ inline VecI unwrapMin16(VecI r) {
     return _mm512_mask_mov_epi16(r, _mm512_cmpeq_epi16_mask(r, set16(kMin16)), set16(kMax16));
 #else
     return xor16(r, cmpeq16(r, set16(kMin16)));
+#endif
+}
+
+// |x| with -32768 mapped to 32767 (abs_s). With AVX-512 the saturating
+// pair (two instructions on one execution port) becomes a compare, which
+// runs on another port, and a saturating negation of the negative lanes.
+inline VecI absSat16(VecI x) {
+#if defined(__AVX512BW__)
+    return _mm512_mask_subs_epi16(x, _mm512_cmplt_epi16_mask(x, zero()), zero(), x);
+#else
+    return max16(x, subs16(zero(), x));
 #endif
 }
 

@@ -35,10 +35,9 @@ void sub_16s(const Kel16s* a, const Kel16s* b, Kel16s* d, int n) {
         d, n, [=](int i) { d[i] = sub(b[i], a[i]); }, KEL_VECTOR(subs16(load(b + i), load(a + i))));
 }
 
-// |x| as max(x, 0 -sat x), which maps -32768 to 32767.
 void abs_16s(const Kel16s* s, Kel16s* d, int n) {
     stream(
-        d, n, [=](int i) { d[i] = abs_s(s[i]); }, KEL_VECTOR(max16(load(s + i), subs16(zero(), load(s + i)))));
+        d, n, [=](int i) { d[i] = abs_s(s[i]); }, KEL_VECTOR(absSat16(load(s + i))));
 }
 
 void add_32f(const Kel32f* a, const Kel32f* b, Kel32f* d, int n) {
@@ -213,16 +212,21 @@ int64_t sum_16s(const Kel16s* s, int n) {
         // Pairwise sums by multiply-add with ones, accumulated in 32-bit
         // lanes: a block adds at most 65536 / 2 pairs to each lane.
         const VecI ones = set16(1);
-        VecI acc0 = zero(), acc1 = zero();  // two chains, so the adds overlap
-        for (; i + 2 * kLanes16 <= end; i += 2 * kLanes16) {
+        VecI acc0 = zero(), acc1 = zero(), acc2 = zero(), acc3 = zero();  // four chains, so the adds overlap
+        for (; i + 4 * kLanes16 <= end; i += 4 * kLanes16) {
             acc0 = add32(acc0, madd16(vload(s + i), ones));
             acc1 = add32(acc1, madd16(vload(s + i + kLanes16), ones));
+            acc2 = add32(acc2, madd16(vload(s + i + 2 * kLanes16), ones));
+            acc3 = add32(acc3, madd16(vload(s + i + 3 * kLanes16), ones));
         }
-        if (i + kLanes16 <= end) {
-            acc0 = add32(acc0, madd16(vload(s + i), ones));
-            i += kLanes16;
+        for (; i + kLanes16 <= end; i += kLanes16) acc0 = add32(acc0, madd16(vload(s + i), ones));
+#if defined(KEL_MASKED_EDGES)
+        if (i < end) {
+            acc1 = add32(acc1, madd16(MaskedLoad{(__mmask32{1} << (end - i)) - 1}(s + i), ones));
+            i = end;
         }
-        part = hsum32(add32(acc0, acc1));
+#endif
+        part = hsum32(add32(add32(acc0, acc1), add32(acc2, acc3)));
 #endif
         for (; i < end; ++i) part += s[i];
         total += part;
@@ -253,44 +257,64 @@ int64_t sum_32s(const Kel32s* s, int n) {
 }
 
 // Exact dot product of 16-bit vectors in 64 bits.
+//
+// madd16 gives t = a0 b0 + a1 b1 per 32-bit lane, -2147418112 <= t <= 2^31;
+// only 2^31 (all four operands -32768) does not fit, and reads back as
+// -2^31. Over a block of at most 65536 vectors each lane keeps two 32-bit
+// sums: s, the sum of t modulo 2^32 (exact, the wrapped case included), and
+// h, the sum of the unsigned (t + 2147418112) >> 16, which is
+// floor(t / 65536) + 32767 in 0..65535 for every t (the offset, a multiple
+// of 65536, brings the whole range into 0..2^32 - 1). h gives the sum of the
+// high parts floor(t / 65536); the sum of the low parts t mod 65536 is below
+// 2^32, so s minus the high parts, modulo 2^32, is that sum exactly.
 int64_t dot_16s(const Kel16s* a, const Kel16s* b, int n) {
     int64_t total = 0;
     int i = 0;
-#if defined(__AVX512BW__) || defined(__AVX2__)
-    // vpmaddwd adds two products in 32 bits; that sum overflows only when
-    // all four operands are -32768 (2^31 reads back as -2^31, a value no
-    // other pair can produce). Such lanes are counted and corrected by 2^32.
-#if defined(__AVX512BW__)
-    using Vec64 = __m512i;
-    const VecI minLane = set32(kMin32);
-    Vec64 acc = _mm512_setzero_si512();
-    VecI wrapped = _mm512_setzero_si512();
-    const VecI one = set32(1);
-    for (; i + kLanes16 <= n; i += kLanes16) {
-        const VecI p = _mm512_madd_epi16(vload(a + i), vload(b + i));
-        const __mmask16 m = _mm512_cmpeq_epi32_mask(p, minLane);
-        wrapped = _mm512_mask_add_epi32(wrapped, m, wrapped, one);
-        acc = _mm512_add_epi64(acc, _mm512_cvtepi32_epi64(_mm512_castsi512_si256(p)));
-        acc = _mm512_add_epi64(acc, _mm512_cvtepi32_epi64(_mm512_extracti64x4_epi64(p, 1)));
-    }
+#if defined(KEL_SIMD)
+    const VecI offset = set32(0x7fff0000);
+    constexpr int kBlock = 65536 * kLanes16;
+#if defined(KEL_MASKED_EDGES)
+    const int last = n;  // the masked step takes the remainder
 #else
-    using Vec64 = __m256i;
-    const VecI minLane = set32(kMin32);
-    Vec64 acc = _mm256_setzero_si256();
-    VecI wrapped = _mm256_setzero_si256();
-    for (; i + kLanes16 <= n; i += kLanes16) {
-        const VecI p = _mm256_madd_epi16(vload(a + i), vload(b + i));
-        wrapped = _mm256_sub_epi32(wrapped, _mm256_cmpeq_epi32(p, minLane));
-        acc = _mm256_add_epi64(acc, _mm256_cvtepi32_epi64(_mm256_castsi256_si128(p)));
-        acc = _mm256_add_epi64(acc, _mm256_cvtepi32_epi64(_mm256_extracti128_si256(p, 1)));
-    }
+    const int last = n / kLanes16 * kLanes16;
 #endif
-    alignas(64) int64_t lanes[sizeof(Vec64) / 8];
-    alignas(64) int32_t counts[sizeof(VecI) / 4];
-    memcpy(lanes, &acc, sizeof(lanes));
-    memcpy(counts, &wrapped, sizeof(counts));
-    for (int64_t v : lanes) total += v;
-    for (int32_t c : counts) total += int64_t{c} * (int64_t{1} << 32);
+    while (i < last) {
+        const int end = last - i > kBlock ? i + kBlock : last;
+        // Two sets of sums, so that consecutive vectors do not wait on each other.
+        VecI s0 = zero(), h0 = zero(), s1 = zero(), h1 = zero();
+        const int first = i;
+        for (; i + 2 * kLanes16 <= end; i += 2 * kLanes16) {
+            const VecI t0 = madd16(vload(a + i), vload(b + i));
+            const VecI t1 = madd16(vload(a + i + kLanes16), vload(b + i + kLanes16));
+            h0 = add32(srl32by16(add32(t0, offset)), h0);
+            h1 = add32(srl32by16(add32(t1, offset)), h1);
+            s0 = add32(t0, s0);
+            s1 = add32(t1, s1);
+        }
+        VecI s = add32(s0, s1), h = add32(h0, h1);
+        if (i + kLanes16 <= end) {
+            const VecI t = madd16(vload(a + i), vload(b + i));
+            s = add32(s, t);
+            h = add32(h, srl32by16(add32(t, offset)));
+            i += kLanes16;
+        }
+        uint32_t vectors = static_cast<uint32_t>((i - first) / kLanes16);
+#if defined(KEL_MASKED_EDGES)
+        if (i < end) {
+            const MaskedLoad load{(__mmask32{1} << (end - i)) - 1};
+            const VecI t = madd16(load(a + i), load(b + i));
+            s = add32(s, t);
+            h = add32(h, srl32by16(add32(t, offset)));
+            ++vectors;
+            i = end;
+        }
+#endif
+        // Per lane: high = h - 32767 vectors, low = s - 65536 high (mod 2^32).
+        const uint32_t bias = 32767u * vectors;
+        const VecI low = add32(sub32(s, sll32by16(h)), set32(static_cast<int32_t>(bias << 16)));
+        const int64_t high = static_cast<int64_t>(hsumU32(h)) - int64_t{bias} * kLanes32;
+        total += high * 65536 + static_cast<int64_t>(hsumU32(low));
+    }
 #endif
     for (; i < n; ++i) total += int32_t{a[i]} * b[i];
     return total;

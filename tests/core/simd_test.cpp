@@ -162,6 +162,21 @@ TEST_P(SimdKernels, BitIdenticalToScalarModel) {
     }
 }
 
+// Runs long enough to pass several of the kernels' 32-bit accumulation
+// blocks, of the extreme operands (every pairwise sum 2^31, or the most
+// negative one), against the exact sum.
+TEST_P(SimdKernels, DotProductStaysExactOverLongRuns) {
+    const Variant& k = GetParam();
+    if (!k.available) GTEST_SKIP() << k.name << " not supported on this processor";
+    const int n = 2 * 65536 * 32 + 777;
+    const struct { Kel16s a, b; } patterns[] = {{-32768, -32768}, {-32768, 32767}, {32767, 32767}};
+    for (const auto& p : patterns) {
+        const V16 a(n, p.a), b(n, p.b);
+        ASSERT_EQ(k.dot(a.data(), b.data(), n), int64_t{n} * p.a * p.b) << k.name;
+        ASSERT_EQ(k.sum(a.data(), n), int64_t{n} * p.a) << k.name;
+    }
+}
+
 TEST_P(SimdKernels, StreamingEdgesStayInsideTheBuffers) {
     const Variant& k = GetParam();
     if (!k.available) GTEST_SKIP() << k.name << " not supported on this processor";
