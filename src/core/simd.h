@@ -85,7 +85,9 @@ inline uint64_t hsumU32(VecI v) {
     const __m256i pairs =
         _mm256_add_epi64(_mm256_and_si256(v, _mm256_set1_epi64x(0xffffffff)), _mm256_srli_epi64(v, 32));
     const __m128i q = _mm_add_epi64(_mm256_castsi256_si128(pairs), _mm256_extracti128_si256(pairs, 1));
-    return static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_add_epi64(q, _mm_unpackhi_epi64(q, q))));
+    alignas(16) uint64_t l[2];
+    _mm_store_si128(reinterpret_cast<__m128i*>(l), q);
+    return l[0] + l[1];
 }
 inline VecI mullo16(VecI a, VecI b) { return _mm256_mullo_epi16(a, b); }
 inline VecI mulhi16(VecI a, VecI b) { return _mm256_mulhi_epi16(a, b); }
