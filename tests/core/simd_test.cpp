@@ -74,7 +74,7 @@ void PrintTo(const Variant& v, std::ostream* os) { *os << v.name; }
 Kel32s product32(Kel16s x, Kel16s y, int sf) {
     const int64_t p = int64_t{x} * y;
     if (sf <= 0) return kel::sat32(p * (int64_t{1} << -sf));
-    const int64_t q = p >> sf, rem = p - (q << sf), half = int64_t{1} << (sf - 1);
+    const int64_t q = p >> sf, rem = p - q * (int64_t{1} << sf), half = int64_t{1} << (sf - 1);
     return static_cast<Kel32s>(q + (rem > half || (rem == half && (q & 1))));
 }
 
