@@ -1,10 +1,12 @@
 // Vector kernels against a plain scalar loop of the same operation (built
 // without vectorisation, one basic operator per element, as reference code
-// is written) and against memcpy of the bytes one operand streams.
+// is written), against memcpy of the bytes one operand streams, and against
+// reading the operation's source bytes and nothing else (the floor the
+// processor's load bandwidth sets).
 //
 // Benchmark names are <operation>/<implementation>/<N>, with implementation
-// one of kelsc, scalar and memcpy; tools/bench_report.py turns a JSON run
-// into the ratio table of docs/PERFORMANCE.md.
+// one of kelsc, scalar, memcpy and read; tools/bench_report.py turns a JSON
+// run into the ratio table of docs/PERFORMANCE.md.
 #include <benchmark/benchmark.h>
 #include <string.h>
 
@@ -108,6 +110,56 @@ KEL_SCALAR void scalarSet(Kel16s* d, int n) {
     for (int i = 0; i < n; ++i) d[i] = 77;
 }
 
+// --- Reading the source bytes only -------------------------------------------
+
+// OR of every 64-bit word of one or two buffers of the same size, 64 bytes
+// at a time in four independent chains per buffer, so that the loads are
+// the only limit; one clone per instruction set, picked at load time, so
+// that it reads as widely as the kernels do.
+typedef uint64_t Block __attribute__((vector_size(64)));
+
+__attribute__((always_inline)) inline void orBlock(Block& v, const Kel8u* p) {
+    Block w;
+    memcpy(&w, p, sizeof(w));
+    v |= w;
+}
+
+__attribute__((always_inline)) inline uint64_t orWords(const Kel8u* p, size_t from, size_t bytes) {
+    uint64_t r = 0;
+    for (size_t i = from; i + 8 <= bytes; i += 8) {
+        uint64_t w;
+        memcpy(&w, p + i, sizeof(w));
+        r |= w;
+    }
+    return r;
+}
+
+__attribute__((always_inline)) inline uint64_t orLanes(Block v) {
+    return v[0] | v[1] | v[2] | v[3] | v[4] | v[5] | v[6] | v[7];
+}
+
+__attribute__((target_clones("avx512f", "avx2", "default"), noinline)) uint64_t readOne(const void* p, size_t bytes) {
+    const Kel8u* a = static_cast<const Kel8u*>(p);
+    Block a0 = {}, a1 = {}, a2 = {}, a3 = {};
+    size_t i = 0;
+    for (; i + 256 <= bytes; i += 256) {
+        orBlock(a0, a + i), orBlock(a1, a + i + 64), orBlock(a2, a + i + 128), orBlock(a3, a + i + 192);
+    }
+    return orLanes(a0 | a1 | a2 | a3) | orWords(a, i, bytes);
+}
+
+__attribute__((target_clones("avx512f", "avx2", "default"), noinline)) uint64_t readTwo(const void* p, const void* q,
+                                                                                        size_t bytes) {
+    const Kel8u* a = static_cast<const Kel8u*>(p);
+    const Kel8u* b = static_cast<const Kel8u*>(q);
+    Block a0 = {}, a1 = {}, b0 = {}, b1 = {};
+    size_t i = 0;
+    for (; i + 128 <= bytes; i += 128) {
+        orBlock(a0, a + i), orBlock(a1, a + i + 64), orBlock(b0, b + i), orBlock(b1, b + i + 64);
+    }
+    return orLanes(a0 | a1 | b0 | b1) | orWords(a, i, bytes) | orWords(b, i, bytes);
+}
+
 // --- One benchmark per (operation, implementation) ----------------------------
 
 template <typename F>
@@ -131,6 +183,12 @@ void run(benchmark::State& state, F&& body) {
     }                                              \
     BENCHMARK(op##_##impl)->Name(#op "/" #impl)->Arg(40)->Arg(160)->Arg(1024)->Arg(4096);
 
+// The source bytes read, with no arithmetic and no store.
+#define KEL_READ(op, twoSources)                                                                    \
+    KEL_BENCH(op, read, 2,                                                                          \
+              benchmark::DoNotOptimize((twoSources) ? readTwo(x.a, x.b, static_cast<size_t>(n) * 2) \
+                                                    : readOne(x.a, static_cast<size_t>(n) * 2)))
+
 // memcpy of the bytes the operation writes (or, for reductions, reads
 // from one operand), into the operation's own destination.
 #define KEL_MEMCPY(op, bytesPerElement)                                                                   \
@@ -141,45 +199,59 @@ void run(benchmark::State& state, F&& body) {
 KEL_BENCH(Add_16s, kelsc, 2, kelsAdd_16s(x.a, x.b, x.d16, n))
 KEL_BENCH(Add_16s, scalar, 2, scalarAdd(x.a, x.b, x.d16, n))
 KEL_MEMCPY(Add_16s, 2)
+KEL_READ(Add_16s, true)
 KEL_BENCH(Sub_16s, kelsc, 2, kelsSub_16s(x.a, x.b, x.d16, n))
 KEL_BENCH(Sub_16s, scalar, 2, scalarSub(x.a, x.b, x.d16, n))
 KEL_MEMCPY(Sub_16s, 2)
+KEL_READ(Sub_16s, true)
 KEL_BENCH(Mul_NR_16s_Sfs, kelsc, 2, kelsMul_NR_16s_Sfs(x.a, x.b, x.d16, n, 15))
 KEL_BENCH(Mul_NR_16s_Sfs, scalar, 2, scalarMulNR(x.a, x.b, x.d16, n))
 KEL_MEMCPY(Mul_NR_16s_Sfs, 2)
+KEL_READ(Mul_NR_16s_Sfs, true)
 KEL_BENCH(Mul_16s32s_Sfs, kelsc, 4, kelsMul_16s32s_Sfs(x.a, x.b, x.d32, n, 0))
 KEL_BENCH(Mul_16s32s_Sfs, scalar, 4, scalarMul32(x.a, x.b, x.d32, n))
 KEL_MEMCPY(Mul_16s32s_Sfs, 4)
+KEL_READ(Mul_16s32s_Sfs, true)
 KEL_BENCH(RShiftC_16s, kelsc, 2, kelsRShiftC_16s(x.a, 3, x.d16, n))
 KEL_BENCH(RShiftC_16s, scalar, 2, scalarRShift(x.a, x.d16, n))
 KEL_MEMCPY(RShiftC_16s, 2)
+KEL_READ(RShiftC_16s, false)
 KEL_BENCH(LShiftC_16s, kelsc, 2, kelsLShiftC_16s(x.a, 3, x.d16, n))
 KEL_BENCH(LShiftC_16s, scalar, 2, scalarLShift(x.a, x.d16, n))
 KEL_MEMCPY(LShiftC_16s, 2)
+KEL_READ(LShiftC_16s, false)
 KEL_BENCH(Abs_16s, kelsc, 2, kelsAbs_16s(x.a, x.d16, n))
 KEL_BENCH(Abs_16s, scalar, 2, scalarAbs(x.a, x.d16, n))
 KEL_MEMCPY(Abs_16s, 2)
+KEL_READ(Abs_16s, false)
 KEL_BENCH(Sum_16s32s_Sfs, kelsc, 2, kelsSum_16s32s_Sfs(x.a, n, x.d32, 0))
 KEL_BENCH(Sum_16s32s_Sfs, scalar, 2, x.d32[0] = scalarSum(x.a, n))
 KEL_MEMCPY(Sum_16s32s_Sfs, 2)
+KEL_READ(Sum_16s32s_Sfs, false)
 KEL_BENCH(DotProd_16s32s_Sfs, kelsc, 2, kelsDotProd_16s32s_Sfs(x.a, x.b, n, x.d32, 0))
 KEL_BENCH(DotProd_16s32s_Sfs, scalar, 2, x.d32[0] = scalarDot(x.a, x.b, n))
 KEL_MEMCPY(DotProd_16s32s_Sfs, 2)
+KEL_READ(DotProd_16s32s_Sfs, true)
 KEL_BENCH(Max_16s, kelsc, 2, kelsMax_16s(x.a, n, x.d16))
 KEL_BENCH(Max_16s, scalar, 2, x.d16[0] = scalarMax(x.a, n))
 KEL_MEMCPY(Max_16s, 2)
+KEL_READ(Max_16s, false)
 KEL_BENCH(MinIndx_16s, kelsc, 2, kelsMinIndx_16s(x.a, n, x.d16, &x.d32[0]))
 KEL_BENCH(MinIndx_16s, scalar, 2, x.d32[0] = scalarMinIndx(x.a, n))
 KEL_MEMCPY(MinIndx_16s, 2)
+KEL_READ(MinIndx_16s, false)
 KEL_BENCH(Convert_16s32s, kelsc, 4, kelsConvert_16s32s(x.a, x.d32, n))
 KEL_BENCH(Convert_16s32s, scalar, 4, scalarConvert32(x.a, x.d32, n))
 KEL_MEMCPY(Convert_16s32s, 4)
+KEL_READ(Convert_16s32s, false)
 KEL_BENCH(Convert_16s32f, kelsc, 4, kelsConvert_16s32f(x.a, x.f, n))
 KEL_BENCH(Convert_16s32f, scalar, 4, scalarConvertF(x.a, x.f, n))
 KEL_MEMCPY(Convert_16s32f, 4)
+KEL_READ(Convert_16s32f, false)
 KEL_BENCH(Copy_16s, kelsc, 2, kelsCopy_16s(x.a, x.d16, n))
 KEL_BENCH(Copy_16s, scalar, 2, scalarCopy(x.a, x.d16, n))
 KEL_MEMCPY(Copy_16s, 2)
+KEL_READ(Copy_16s, false)
 KEL_BENCH(Zero_16s, kelsc, 2, kelsZero_16s(x.d16, n))
 KEL_BENCH(Zero_16s, scalar, 2, scalarZero(x.d16, n))
 KEL_MEMCPY(Zero_16s, 2)

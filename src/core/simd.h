@@ -280,7 +280,8 @@ inline void vstore(void* p, VecI2 v) {
 // loops), then whole vectors, then the remainder. vector(i, load) returns
 // the results for elements i onwards (a VecI, or a VecI2 for widening
 // kernels), reading its sources through load, and the loop stores them;
-// results are formed four vectors at a time before any is stored. With
+// results are formed four vectors at a time before any is stored, so that
+// the loads of a group are not held behind its stores. With
 // AVX-512 the edges are one masked step each; otherwise they go element by
 // element through scalar(i). Element i of the result depends on element i
 // of the sources only, so in place operation (destination equal to a
@@ -301,10 +302,12 @@ __attribute__((always_inline)) inline void stream(T* d, int n, Scalar scalar, Ve
     using Result = decltype(vector(0, FullLoad{}));
     constexpr int step = sizeof(Result) / sizeof(T);
     constexpr int group = 4 * sizeof(VecI) / sizeof(Result);
+    // Elements before the first vector boundary of d. Short vectors skip
+    // this (a split store costs less than the extra step), and so does a
+    // destination that is not even element-aligned (no boundary to reach).
     const int misalign = static_cast<int>(reinterpret_cast<uintptr_t>(d) % sizeof(VecI));
-    int head = misalign % sizeof(T) != 0 ? n : static_cast<int>((sizeof(VecI) - misalign) % sizeof(VecI) / sizeof(T));
-    if (n < 8 * static_cast<int>(sizeof(VecI) / sizeof(T))) head = 0;  // short vectors: a split store costs less
-    head = head < n ? head : n;
+    int head = static_cast<int>((sizeof(VecI) - misalign) % sizeof(VecI) / sizeof(T));
+    if (n < 8 * static_cast<int>(sizeof(VecI) / sizeof(T)) || misalign % sizeof(T) != 0) head = 0;
 #if defined(KEL_MASKED_EDGES)
     (void)scalar;
     if (head > 0) {

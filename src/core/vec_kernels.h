@@ -381,11 +381,23 @@ void conv_32s32f(const Kel32s* s, Kel32f* d, int n) {
 }
 
 void set_16s(Kel16s v, Kel16s* d, int n) {
+#if defined(KEL_SIMD)
+    const VecI value = set16(v);
+    stream(
+        d, n, [=](int i) { d[i] = v; }, [=](int, auto) { return value; });
+#else
     for (int i = 0; i < n; ++i) d[i] = v;
+#endif
 }
 
 void set_32s(Kel32s v, Kel32s* d, int n) {
+#if defined(KEL_SIMD)
+    const VecI value = set32(v);
+    stream(
+        d, n, [=](int i) { d[i] = v; }, [=](int, auto) { return value; });
+#else
     for (int i = 0; i < n; ++i) d[i] = v;
+#endif
 }
 
 }  // namespace KEL_VEC_NS

@@ -40,14 +40,17 @@ struct Variant {
     decltype(&kel::base::findFirst_16s) findFirst;
     decltype(&kel::base::conv_16s32s) conv32;
     decltype(&kel::base::conv_16s32f) convF;
+    decltype(&kel::base::set_16s) set16;
+    decltype(&kel::base::set_32s) set32;
 };
 
-#define KEL_VARIANT(ns, avail)                                                                                     \
-    Variant {                                                                                                      \
-#ns, avail, kel::ns::add_16s, kel::ns::sub_16s, kel::ns::abs_16s, kel::ns::mulNR_16s, kel::ns::mulCNR_16s, \
-            kel::ns::lshift_16u, kel::ns::mul_16s32s, kel::ns::mulC_16s, kel::ns::rshift_16s, kel::ns::lshift_32s, \
-            kel::ns::sum_16s, kel::ns::dot_16s, kel::ns::max_16s, kel::ns::min_16s, kel::ns::max_32s,              \
-            kel::ns::maxAbs_16s, kel::ns::findFirst_16s, kel::ns::conv_16s32s, kel::ns::conv_16s32f                \
+#define KEL_VARIANT(ns, avail)                                                                                         \
+    Variant {                                                                                                          \
+#ns, avail, kel::ns::add_16s, kel::ns::sub_16s, kel::ns::abs_16s, kel::ns::mulNR_16s, kel::ns::mulCNR_16s,     \
+            kel::ns::lshift_16u, kel::ns::mul_16s32s, kel::ns::mulC_16s, kel::ns::rshift_16s, kel::ns::lshift_32s,     \
+            kel::ns::sum_16s, kel::ns::dot_16s, kel::ns::max_16s, kel::ns::min_16s, kel::ns::max_32s,                  \
+            kel::ns::maxAbs_16s, kel::ns::findFirst_16s, kel::ns::conv_16s32s, kel::ns::conv_16s32f, kel::ns::set_16s, \
+            kel::ns::set_32s                                                                                           \
     }
 
 std::vector<Variant> variants() {
@@ -112,6 +115,10 @@ void checkStreaming(const Variant& k, const Kel16s* a, const Kel16s* b, Kel16s* 
     for (int i = 0; i < n; ++i) ASSERT_EQ(d32[i], a[i]) << k.name << " conv32 n " << n;
     k.convF(a, f, n);
     for (int i = 0; i < n; ++i) ASSERT_EQ(f[i], static_cast<Kel32f>(a[i])) << k.name << " convF n " << n;
+    k.set16(b[0], d16, n);
+    each16("set", [&](int) { return b[0]; });
+    k.set32(-1234567, d32, n);
+    for (int i = 0; i < n; ++i) ASSERT_EQ(d32[i], -1234567) << k.name << " set32 n " << n;
 }
 
 class SimdKernels : public ::testing::TestWithParam<Variant> {};
