@@ -193,6 +193,34 @@ inline VecI absSat16(VecI x) {
 #endif
 }
 
+// Largest (kMin false) or smallest 16-bit lane: halves folded down to 128
+// bits, then one phminposuw on lanes mapped to an unsigned order that puts
+// the wanted lane first (x ^ 0x8000 for the smallest, x ^ 0x7fff, which is
+// 32767 - x, for the largest).
+template <bool kMin>
+inline Kel16s hextreme16(VecI v) {
+    const auto pick = [](__m128i a, __m128i b) { return kMin ? _mm_min_epi16(a, b) : _mm_max_epi16(a, b); };
+#if defined(__AVX512BW__)
+    const __m256i y = kMin ? _mm256_min_epi16(_mm512_castsi512_si256(v), _mm512_extracti64x4_epi64(v, 1))
+                           : _mm256_max_epi16(_mm512_castsi512_si256(v), _mm512_extracti64x4_epi64(v, 1));
+    const __m128i x = pick(_mm256_castsi256_si128(y), _mm256_extracti128_si256(y, 1));
+#elif defined(__AVX2__)
+    const __m128i x = pick(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
+#else
+    const __m128i x = v;
+#endif
+#if defined(__SSE4_1__)
+    const __m128i flip = _mm_set1_epi16(kMin ? kMin16 : kMax16);
+    return static_cast<Kel16s>(_mm_extract_epi16(_mm_minpos_epu16(_mm_xor_si128(x, flip)), 0) ^
+                               (kMin ? 0x8000 : 0x7fff));
+#else
+    __m128i r = pick(x, _mm_shuffle_epi32(x, 0x4e));
+    r = pick(r, _mm_shuffle_epi32(r, 0xb1));
+    r = pick(r, _mm_shufflelo_epi16(r, 0xb1));
+    return static_cast<Kel16s>(_mm_cvtsi128_si32(r));
+#endif
+}
+
 // Converts 32-bit lanes to float and returns the bits.
 inline VecI toFloatBits32(VecI v) {
 #if defined(__AVX512BW__)

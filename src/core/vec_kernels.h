@@ -321,29 +321,34 @@ int64_t dot_16s(const Kel16s* a, const Kel16s* b, int n) {
 }
 
 // Largest (kMin false) or smallest element. Four vector accumulators, so
-// that the compares of consecutive vectors do not wait on each other.
+// that the compares of consecutive vectors do not wait on each other. The
+// last whole vector is read overlapping the one before (an element seen
+// twice changes nothing); with AVX-512 a vector shorter than one register is
+// one masked read whose other lanes read as the identity.
 template <bool kMin>
 Kel16s extreme_16s(const Kel16s* s, int n) {
-    const auto better = [](Kel16s a, Kel16s b) { return kMin ? a < b : a > b; };
-    Kel16s m = s[0];
-    int i = 1;
 #if defined(KEL_SIMD)
-    constexpr int lanes = sizeof(VecI) / sizeof(Kel16s);
-    if (n >= 4 * lanes) {
-        const auto pick = [](VecI a, VecI b) { return kMin ? min16(a, b) : max16(a, b); };
-        VecI a0 = vload(s), a1 = vload(s + lanes), a2 = vload(s + 2 * lanes), a3 = vload(s + 3 * lanes);
-        for (i = 4 * lanes; i + 4 * lanes <= n; i += 4 * lanes) {
+    const auto pick = [](VecI a, VecI b) { return kMin ? min16(a, b) : max16(a, b); };
+    if (n >= kLanes16) {
+        VecI a0 = vload(s), a1 = a0, a2 = a0, a3 = a0;
+        int i = kLanes16;
+        for (; i + 4 * kLanes16 <= n; i += 4 * kLanes16) {
             a0 = pick(a0, vload(s + i));
-            a1 = pick(a1, vload(s + i + lanes));
-            a2 = pick(a2, vload(s + i + 2 * lanes));
-            a3 = pick(a3, vload(s + i + 3 * lanes));
+            a1 = pick(a1, vload(s + i + kLanes16));
+            a2 = pick(a2, vload(s + i + 2 * kLanes16));
+            a3 = pick(a3, vload(s + i + 3 * kLanes16));
         }
-        alignas(64) Kel16s v[lanes];
-        vstore(v, pick(pick(a0, a1), pick(a2, a3)));
-        for (Kel16s x : v) m = better(x, m) ? x : m;
+        for (; i + kLanes16 <= n; i += kLanes16) a0 = pick(a0, vload(s + i));
+        if (i < n) a1 = pick(a1, vload(s + n - kLanes16));
+        return hextreme16<kMin>(pick(pick(a0, a1), pick(a2, a3)));
     }
+#if defined(KEL_MASKED_EDGES)
+    const VecI identity = set16(kMin ? kMax16 : kMin16);
+    return hextreme16<kMin>(_mm512_mask_loadu_epi16(identity, (__mmask32{1} << n) - 1, s));
 #endif
-    for (; i < n; ++i) m = better(s[i], m) ? s[i] : m;
+#endif
+    Kel16s m = s[0];
+    for (int i = 1; i < n; ++i) m = (kMin ? s[i] < m : s[i] > m) ? s[i] : m;
     return m;
 }
 

@@ -1,10 +1,11 @@
 // Every instruction-set variant of the dispatched vector kernels gives the
 // same results, bit for bit, as a plain per-element model on the basic
 // operators, at lengths that hit every loop tail; and the streaming kernels
-// touch nothing outside their buffers whatever their length and alignment
-// (masked AVX-512 edges read and write inside guard pages).
+// and reductions touch nothing outside their buffers whatever their length
+// and alignment (masked AVX-512 edges read and write inside guard pages).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "basop.h"
@@ -184,7 +185,7 @@ TEST_P(SimdKernels, DotProductStaysExactOverLongRuns) {
     }
 }
 
-TEST_P(SimdKernels, StreamingEdgesStayInsideTheBuffers) {
+TEST_P(SimdKernels, EdgesStayInsideTheBuffers) {
     const Variant& k = GetParam();
     if (!k.available) GTEST_SKIP() << k.name << " not supported on this processor";
     kelsc_test::GuardedPages pa, pb, p16, p32, pf;
@@ -207,6 +208,13 @@ TEST_P(SimdKernels, StreamingEdgesStayInsideTheBuffers) {
             for (int i = 0; i < n; ++i) a[i] = rng.s16(), b[i] = rng.s16();
             checkStreaming(k, a, b, d16, d32, f, n, n % 31);
             if (::testing::Test::HasFatalFailure()) return;
+            // The reductions read their edges the same way.
+            int64_t sum = 0, dot = 0;
+            for (int i = 0; i < n; ++i) sum += a[i], dot += int64_t{a[i]} * b[i];
+            ASSERT_EQ(k.sum(a, n), sum) << k.name << " n " << n;
+            ASSERT_EQ(k.dot(a, b, n), dot) << k.name << " n " << n;
+            ASSERT_EQ(k.max(a, n), *std::max_element(a, a + n)) << k.name << " n " << n;
+            ASSERT_EQ(k.min(a, n), *std::min_element(a, a + n)) << k.name << " n " << n;
         }
     }
 }
