@@ -228,7 +228,9 @@ int64_t sum_16s(const Kel16s* s, int n) {
 #endif
         part = hsum32(add32(add32(acc0, acc1), add32(acc2, acc3)));
 #endif
+#if !defined(KEL_MASKED_EDGES)
         for (; i < end; ++i) part += s[i];
+#endif
         total += part;
     }
     return total;
@@ -316,7 +318,9 @@ int64_t dot_16s(const Kel16s* a, const Kel16s* b, int n) {
         total += high * 65536 + static_cast<int64_t>(hsumU32(low));
     }
 #endif
+#if !defined(KEL_MASKED_EDGES)
     for (; i < n; ++i) total += int32_t{a[i]} * b[i];
+#endif
     return total;
 }
 
