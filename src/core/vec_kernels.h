@@ -221,10 +221,7 @@ int64_t sum_16s(const Kel16s* s, int n) {
         }
         for (; i + kLanes16 <= end; i += kLanes16) acc0 = add32(acc0, madd16(vload(s + i), ones));
 #if defined(KEL_MASKED_EDGES)
-        if (i < end) {
-            acc1 = add32(acc1, madd16(MaskedLoad{(__mmask32{1} << (end - i)) - 1}(s + i), ones));
-            i = end;
-        }
+        if (i < end) acc1 = add32(acc1, madd16(MaskedLoad{(__mmask32{1} << (end - i)) - 1}(s + i), ones));
 #endif
         part = hsum32(add32(add32(acc0, acc1), add32(acc2, acc3)));
 #endif
@@ -258,6 +255,15 @@ int64_t sum_32s(const Kel32s* s, int n) {
     return total;
 }
 
+#if defined(KEL_SIMD)
+// One vector of pairwise products t into the dot product's two lane sums
+// (see dot_16s): s += t, h += (t + offset) >> 16 unsigned.
+inline void dotStep(VecI t, VecI offset, VecI& s, VecI& h) {
+    h = add32(srl32by16(add32(t, offset)), h);
+    s = add32(t, s);
+}
+#endif
+
 // Exact dot product of 16-bit vectors in 64 bits.
 //
 // madd16 gives t = a0 b0 + a1 b1 per 32-bit lane, -2147418112 <= t <= 2^31;
@@ -286,27 +292,19 @@ int64_t dot_16s(const Kel16s* a, const Kel16s* b, int n) {
         VecI s0 = zero(), h0 = zero(), s1 = zero(), h1 = zero();
         const int first = i;
         for (; i + 2 * kLanes16 <= end; i += 2 * kLanes16) {
-            const VecI t0 = madd16(vload(a + i), vload(b + i));
-            const VecI t1 = madd16(vload(a + i + kLanes16), vload(b + i + kLanes16));
-            h0 = add32(srl32by16(add32(t0, offset)), h0);
-            h1 = add32(srl32by16(add32(t1, offset)), h1);
-            s0 = add32(t0, s0);
-            s1 = add32(t1, s1);
+            dotStep(madd16(vload(a + i), vload(b + i)), offset, s0, h0);
+            dotStep(madd16(vload(a + i + kLanes16), vload(b + i + kLanes16)), offset, s1, h1);
         }
         VecI s = add32(s0, s1), h = add32(h0, h1);
         if (i + kLanes16 <= end) {
-            const VecI t = madd16(vload(a + i), vload(b + i));
-            s = add32(s, t);
-            h = add32(h, srl32by16(add32(t, offset)));
+            dotStep(madd16(vload(a + i), vload(b + i)), offset, s, h);
             i += kLanes16;
         }
         uint32_t vectors = static_cast<uint32_t>((i - first) / kLanes16);
 #if defined(KEL_MASKED_EDGES)
         if (i < end) {
             const MaskedLoad load{(__mmask32{1} << (end - i)) - 1};
-            const VecI t = madd16(load(a + i), load(b + i));
-            s = add32(s, t);
-            h = add32(h, srl32by16(add32(t, offset)));
+            dotStep(madd16(load(a + i), load(b + i)), offset, s, h);
             ++vectors;
             i = end;
         }

@@ -373,30 +373,36 @@ namespace {
 bool validSearch(Kel16s valOpenDelay, Kel16s subFrame) {
     return valOpenDelay >= 18 && valOpenDelay <= 145 && subFrame >= 0 && subFrame <= 1;
 }
+
+// The G.729 and G.729A searches share their checks and hand back the
+// chosen adaptive vector, which the search leaves at the sub-frame's place
+// in the excitation buffer.
+using OwnSearch = void (*)(int, const Kel16s*, const Kel16s*, Kel16s*, int, Kel16s*);
+
+KelStatus searchWithVector(OwnSearch search, Kel16s valOpenDelay, const Kel16s* pSrcAdptTarget,
+                           const Kel16s* pSrcImpulseResponse, Kel16s* pSrcDstPrevExcitation, Kel16s* pDstDelay,
+                           Kel16s* pDstAdptVector, Kel16s subFrame) {
+    KEL_CHECK(Args()
+                  .ptr(pSrcAdptTarget, pSrcImpulseResponse, pSrcDstPrevExcitation, pDstDelay, pDstAdptVector)
+                  .require(validSearch(valOpenDelay, subFrame), kelStatusOutOfRange));
+    search(valOpenDelay, pSrcAdptTarget, pSrcImpulseResponse, pSrcDstPrevExcitation, subFrame, pDstDelay);
+    memcpy(pDstAdptVector, pSrcDstPrevExcitation + kHist, kSub * sizeof(Kel16s));
+    return kelStatusOk;
+}
 }  // namespace
 
 KelStatus kelsAdaptiveCodebookSearch_G729_16s(Kel16s valOpenDelay, const Kel16s* pSrcAdptTarget,
                                               const Kel16s* pSrcImpulseResponse, Kel16s* pSrcDstPrevExcitation,
                                               Kel16s* pDstDelay, Kel16s* pDstAdptVector, Kel16s subFrame) {
-    KEL_CHECK(Args()
-                  .ptr(pSrcAdptTarget, pSrcImpulseResponse, pSrcDstPrevExcitation, pDstDelay, pDstAdptVector)
-                  .require(validSearch(valOpenDelay, subFrame), kelStatusOutOfRange));
-    kel::ownAdaptiveCodebookSearch_G729_16s(valOpenDelay, pSrcAdptTarget, pSrcImpulseResponse, pSrcDstPrevExcitation,
-                                            subFrame, pDstDelay);
-    memcpy(pDstAdptVector, pSrcDstPrevExcitation + kHist, kSub * sizeof(Kel16s));
-    return kelStatusOk;
+    return searchWithVector(kel::ownAdaptiveCodebookSearch_G729_16s, valOpenDelay, pSrcAdptTarget, pSrcImpulseResponse,
+                            pSrcDstPrevExcitation, pDstDelay, pDstAdptVector, subFrame);
 }
 
 KelStatus kelsAdaptiveCodebookSearch_G729A_16s(Kel16s valOpenDelay, const Kel16s* pSrcAdptTarget,
                                                const Kel16s* pSrcImpulseResponse, Kel16s* pSrcDstPrevExcitation,
                                                Kel16s* pDstDelay, Kel16s* pDstAdptVector, Kel16s subFrame) {
-    KEL_CHECK(Args()
-                  .ptr(pSrcAdptTarget, pSrcImpulseResponse, pSrcDstPrevExcitation, pDstDelay, pDstAdptVector)
-                  .require(validSearch(valOpenDelay, subFrame), kelStatusOutOfRange));
-    kel::ownAdaptiveCodebookSearch_G729A_16s(valOpenDelay, pSrcAdptTarget, pSrcImpulseResponse, pSrcDstPrevExcitation,
-                                             subFrame, pDstDelay);
-    memcpy(pDstAdptVector, pSrcDstPrevExcitation + kHist, kSub * sizeof(Kel16s));
-    return kelStatusOk;
+    return searchWithVector(kel::ownAdaptiveCodebookSearch_G729A_16s, valOpenDelay, pSrcAdptTarget, pSrcImpulseResponse,
+                            pSrcDstPrevExcitation, pDstDelay, pDstAdptVector, subFrame);
 }
 
 KelStatus kelsAdaptiveCodebookSearch_G729D_16s(Kel16s valOpenDelay, const Kel16s* pSrcAdptTarget,
