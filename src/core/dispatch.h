@@ -9,6 +9,11 @@
 // them with KEL_DECLARE_KERNELS(KEL_FOO_KERNELS) and binds them in one
 // <family>_dispatch.cpp with KEL_BIND_KERNELS(KEL_FOO_KERNELS) (see
 // dispatch_bind.h). Callers use kel::vec::name; tests may call each variant.
+//
+// A kernel that gains from AVX-512 VNNI (the 16-bit multiply-accumulate of
+// Ice Lake and later) keeps a second list: its fourth variant, in
+// namespace avx512vnni, is built by <family>_..._avx512vnni.cpp, declared
+// with KEL_DECLARE_VNNI_VARIANTS and bound with KEL_BIND_VNNI_KERNELS.
 #ifndef KELSC_CORE_DISPATCH_H
 #define KELSC_CORE_DISPATCH_H
 
@@ -27,8 +32,13 @@
     namespace avx512 {                  \
     LIST(KEL_DECLARE_KERNEL)            \
     }
+#define KEL_DECLARE_VNNI_VARIANTS(LIST) \
+    namespace kel::avx512vnni {         \
+    LIST(KEL_DECLARE_KERNEL)            \
+    }
 #else
 #define KEL_DECLARE_WIDE_VARIANTS(LIST)
+#define KEL_DECLARE_VNNI_VARIANTS(LIST)
 #endif
 
 // Declares base::, avx2::, avx512:: (x86) and the dispatched vec:: kernels.
@@ -49,6 +59,8 @@ namespace kel {
 // AVX-512 F/BW/VL with the 512-bit register state.
 bool cpuHasAvx2();
 bool cpuHasAvx512();
+// True when AVX-512 (as above) comes with VNNI.
+bool cpuHasAvx512Vnni();
 #endif
 }  // namespace kel
 

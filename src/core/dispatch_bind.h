@@ -45,6 +45,15 @@ static inline KEL_RESOLVER_SAFE int kelCpuLevel() {
     return 2;
 }
 
+// Whether the processor has AVX-512 VNNI (meaningful when kelCpuLevel() is 2).
+static inline KEL_RESOLVER_SAFE bool kelCpuHasVnni() {
+    unsigned a = 0, b = 0, c = 0, d = 0;
+    __cpuid(0, a, b, c, d);
+    if (a < 7) return false;
+    __cpuid_count(7, 0, a, b, c, d);
+    return (c & bit_AVX512VNNI) != 0;
+}
+
 #define KEL_RESOLVE_KERNEL(ret, name, params, args)                                               \
     extern "C" __attribute__((used)) KEL_NO_INSTRUMENT ret(*kelResolve_##name()) params {         \
         const int level = kelCpuLevel();                                                          \
@@ -55,6 +64,17 @@ static inline KEL_RESOLVER_SAFE int kelCpuLevel() {
     }
 #define KEL_BIND_KERNELS(LIST) LIST(KEL_RESOLVE_KERNEL)
 
+#define KEL_RESOLVE_VNNI_KERNEL(ret, name, params, args)                                    \
+    extern "C" __attribute__((used)) KEL_NO_INSTRUMENT ret(*kelResolve_##name()) params {   \
+        const int level = kelCpuLevel();                                                    \
+        if (level == 2) return kelCpuHasVnni() ? kel::avx512vnni::name : kel::avx512::name; \
+        return level == 1 ? kel::avx2::name : kel::base::name;                              \
+    }                                                                                       \
+    namespace kel::vec {                                                                    \
+    ret name params __attribute__((ifunc("kelResolve_" #name)));                            \
+    }
+#define KEL_BIND_VNNI_KERNELS(LIST) LIST(KEL_RESOLVE_VNNI_KERNEL)
+
 #else
 
 #define KEL_FORWARD_KERNEL(ret, name, params, args) \
@@ -62,6 +82,7 @@ static inline KEL_RESOLVER_SAFE int kelCpuLevel() {
     ret name params { return base::name args; }     \
     }
 #define KEL_BIND_KERNELS(LIST) LIST(KEL_FORWARD_KERNEL)
+#define KEL_BIND_VNNI_KERNELS(LIST) LIST(KEL_FORWARD_KERNEL)
 
 #endif
 

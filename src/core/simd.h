@@ -58,6 +58,14 @@ inline VecI max16(VecI a, VecI b) { return _mm512_max_epi16(a, b); }
 inline VecI min16(VecI a, VecI b) { return _mm512_min_epi16(a, b); }
 inline VecI cmpeq16(VecI a, VecI b) { return _mm512_movm_epi16(_mm512_cmpeq_epi16_mask(a, b)); }
 inline VecI madd16(VecI a, VecI b) { return _mm512_madd_epi16(a, b); }
+// acc + madd16(a, b), one instruction with VNNI.
+inline VecI maddAcc16(VecI acc, VecI a, VecI b) {
+#if defined(__AVX512VNNI__)
+    return _mm512_dpwssd_epi32(acc, a, b);
+#else
+    return _mm512_add_epi32(acc, _mm512_madd_epi16(a, b));
+#endif
+}
 inline int32_t hsum32(VecI v) { return _mm512_reduce_add_epi32(v); }
 // Bit k set when lane k of a equals lane k of b.
 inline uint64_t eqMask16(VecI a, VecI b) { return _mm512_cmpeq_epi16_mask(a, b); }
@@ -102,6 +110,7 @@ inline VecI max16(VecI a, VecI b) { return _mm256_max_epi16(a, b); }
 inline VecI min16(VecI a, VecI b) { return _mm256_min_epi16(a, b); }
 inline VecI cmpeq16(VecI a, VecI b) { return _mm256_cmpeq_epi16(a, b); }
 inline VecI madd16(VecI a, VecI b) { return _mm256_madd_epi16(a, b); }
+inline VecI maddAcc16(VecI acc, VecI a, VecI b) { return _mm256_add_epi32(acc, _mm256_madd_epi16(a, b)); }
 inline int32_t hsum32(VecI v) {
     const __m128i h = _mm_add_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
     const __m128i q = _mm_add_epi32(h, _mm_shuffle_epi32(h, 0x4e));
@@ -149,6 +158,7 @@ inline VecI max16(VecI a, VecI b) { return _mm_max_epi16(a, b); }
 inline VecI min16(VecI a, VecI b) { return _mm_min_epi16(a, b); }
 inline VecI cmpeq16(VecI a, VecI b) { return _mm_cmpeq_epi16(a, b); }
 inline VecI madd16(VecI a, VecI b) { return _mm_madd_epi16(a, b); }
+inline VecI maddAcc16(VecI acc, VecI a, VecI b) { return _mm_add_epi32(acc, _mm_madd_epi16(a, b)); }
 inline int32_t hsum32(VecI v) {
     const __m128i q = _mm_add_epi32(v, _mm_shuffle_epi32(v, 0x4e));
     return _mm_cvtsi128_si32(_mm_add_epi32(q, _mm_shuffle_epi32(q, 0xb1)));

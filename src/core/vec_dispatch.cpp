@@ -6,7 +6,9 @@
 namespace kel {
 bool cpuHasAvx2() { return kelCpuLevel() >= 1; }
 bool cpuHasAvx512() { return kelCpuLevel() >= 2; }
+bool cpuHasAvx512Vnni() { return kelCpuLevel() >= 2 && kelCpuHasVnni(); }
 }  // namespace kel
 #endif
 
 KEL_BIND_KERNELS(KEL_VEC_KERNELS)
+KEL_BIND_VNNI_KERNELS(KEL_VEC_VNNI_KERNELS)

@@ -20,6 +20,7 @@
 #include "scale.h"
 #include "simd.h"
 #include "vec_kernels_decl.h"
+#include "vec_madd_kernels.h"
 
 namespace kel {
 namespace KEL_VEC_NS {
@@ -200,39 +201,6 @@ void rshift_32s(const Kel32s* s, int sh, Kel32s* d, int n) {
     for (int i = 0; i < n; ++i) d[i] = s[i] >> sh;
 }
 
-// Exact sum of 16-bit values. Blocks of 65536 values cannot overflow a
-// 32-bit lane, which lets the inner loop vectorise without widening.
-int64_t sum_16s(const Kel16s* s, int n) {
-    int64_t total = 0;
-    for (int start = 0; start < n; start += 65536) {
-        const int end = n - start > 65536 ? start + 65536 : n;
-        int32_t part = 0;
-        int i = start;
-#if defined(KEL_SIMD)
-        // Pairwise sums by multiply-add with ones, accumulated in 32-bit
-        // lanes: a block adds at most 65536 / 2 pairs to each lane.
-        const VecI ones = set16(1);
-        VecI acc0 = zero(), acc1 = zero(), acc2 = zero(), acc3 = zero();  // four chains, so the adds overlap
-        for (; i + 4 * kLanes16 <= end; i += 4 * kLanes16) {
-            acc0 = add32(acc0, madd16(vload(s + i), ones));
-            acc1 = add32(acc1, madd16(vload(s + i + kLanes16), ones));
-            acc2 = add32(acc2, madd16(vload(s + i + 2 * kLanes16), ones));
-            acc3 = add32(acc3, madd16(vload(s + i + 3 * kLanes16), ones));
-        }
-        for (; i + kLanes16 <= end; i += kLanes16) acc0 = add32(acc0, madd16(vload(s + i), ones));
-#if defined(KEL_MASKED_EDGES)
-        if (i < end) acc1 = add32(acc1, madd16(MaskedLoad{(__mmask32{1} << (end - i)) - 1}(s + i), ones));
-#endif
-        part = hsum32(add32(add32(acc0, acc1), add32(acc2, acc3)));
-#endif
-#if !defined(KEL_MASKED_EDGES)
-        for (; i < end; ++i) part += s[i];
-#endif
-        total += part;
-    }
-    return total;
-}
-
 // Index of the first element equal to v, which must be present.
 int findFirst_16s(const Kel16s* s, int n, Kel16s v) {
     int i = 0;
@@ -252,73 +220,6 @@ int findFirst_16s(const Kel16s* s, int n, Kel16s v) {
 int64_t sum_32s(const Kel32s* s, int n) {
     int64_t total = 0;
     for (int i = 0; i < n; ++i) total += s[i];
-    return total;
-}
-
-#if defined(KEL_SIMD)
-// One vector of pairwise products t into the dot product's two lane sums
-// (see dot_16s): s += t, h += (t + offset) >> 16 unsigned.
-inline void dotStep(VecI t, VecI offset, VecI& s, VecI& h) {
-    h = add32(srl32by16(add32(t, offset)), h);
-    s = add32(t, s);
-}
-#endif
-
-// Exact dot product of 16-bit vectors in 64 bits.
-//
-// madd16 gives t = a0 b0 + a1 b1 per 32-bit lane, -2147418112 <= t <= 2^31;
-// only 2^31 (all four operands -32768) does not fit, and reads back as
-// -2^31. Over a block of at most 65536 vectors each lane keeps two 32-bit
-// sums: s, the sum of t modulo 2^32 (exact, the wrapped case included), and
-// h, the sum of the unsigned (t + 2147418112) >> 16, which is
-// floor(t / 65536) + 32767 in 0..65535 for every t (the offset, a multiple
-// of 65536, brings the whole range into 0..2^32 - 1). h gives the sum of the
-// high parts floor(t / 65536); the sum of the low parts t mod 65536 is below
-// 2^32, so s minus the high parts, modulo 2^32, is that sum exactly.
-int64_t dot_16s(const Kel16s* a, const Kel16s* b, int n) {
-    int64_t total = 0;
-    int i = 0;
-#if defined(KEL_SIMD)
-    const VecI offset = set32(0x7fff0000);
-    constexpr int kBlock = 65536 * kLanes16;
-#if defined(KEL_MASKED_EDGES)
-    const int last = n;  // the masked step takes the remainder
-#else
-    const int last = n / kLanes16 * kLanes16;
-#endif
-    while (i < last) {
-        const int end = last - i > kBlock ? i + kBlock : last;
-        // Two sets of sums, so that consecutive vectors do not wait on each other.
-        VecI s0 = zero(), h0 = zero(), s1 = zero(), h1 = zero();
-        const int first = i;
-        for (; i + 2 * kLanes16 <= end; i += 2 * kLanes16) {
-            dotStep(madd16(vload(a + i), vload(b + i)), offset, s0, h0);
-            dotStep(madd16(vload(a + i + kLanes16), vload(b + i + kLanes16)), offset, s1, h1);
-        }
-        VecI s = add32(s0, s1), h = add32(h0, h1);
-        if (i + kLanes16 <= end) {
-            dotStep(madd16(vload(a + i), vload(b + i)), offset, s, h);
-            i += kLanes16;
-        }
-        uint32_t vectors = static_cast<uint32_t>((i - first) / kLanes16);
-#if defined(KEL_MASKED_EDGES)
-        if (i < end) {
-            const MaskedLoad load{(__mmask32{1} << (end - i)) - 1};
-            dotStep(madd16(load(a + i), load(b + i)), offset, s, h);
-            ++vectors;
-            i = end;
-        }
-#endif
-        // Per lane: high = h - 32767 vectors, low = s - 65536 high (mod 2^32).
-        const uint32_t bias = 32767u * vectors;
-        const VecI low = add32(sub32(s, sll32by16(h)), set32(static_cast<int32_t>(bias << 16)));
-        const int64_t high = static_cast<int64_t>(hsumU32(h)) - int64_t{bias} * kLanes32;
-        total += high * 65536 + static_cast<int64_t>(hsumU32(low));
-    }
-#endif
-#if !defined(KEL_MASKED_EDGES)
-    for (; i < n; ++i) total += int32_t{a[i]} * b[i];
-#endif
     return total;
 }
 

@@ -23,9 +23,7 @@
     X(void, rshift_16s, (const Kel16s* s, int sh, Kel16s* d, int n), (s, sh, d, n))                     \
     X(void, lshift_32s, (const Kel32s* s, int sh, Kel32s* d, int n), (s, sh, d, n))                     \
     X(void, rshift_32s, (const Kel32s* s, int sh, Kel32s* d, int n), (s, sh, d, n))                     \
-    X(int64_t, sum_16s, (const Kel16s* s, int n), (s, n))                                               \
     X(int64_t, sum_32s, (const Kel32s* s, int n), (s, n))                                               \
-    X(int64_t, dot_16s, (const Kel16s* a, const Kel16s* b, int n), (a, b, n))                           \
     X(Kel16s, max_16s, (const Kel16s* s, int n), (s, n))                                                \
     X(Kel16s, min_16s, (const Kel16s* s, int n), (s, n))                                                \
     X(Kel32s, max_32s, (const Kel32s* s, int n), (s, n))                                                \
@@ -38,5 +36,13 @@
     X(void, set_32s, (Kel32s v, Kel32s * d, int n), (v, d, n))
 
 KEL_DECLARE_KERNELS(KEL_VEC_KERNELS)
+
+// Kernels with a fourth variant for AVX-512 with VNNI (see dispatch.h).
+#define KEL_VEC_VNNI_KERNELS(X)                           \
+    X(int64_t, sum_16s, (const Kel16s* s, int n), (s, n)) \
+    X(int64_t, dot_16s, (const Kel16s* a, const Kel16s* b, int n), (a, b, n))
+
+KEL_DECLARE_KERNELS(KEL_VEC_VNNI_KERNELS)
+KEL_DECLARE_VNNI_VARIANTS(KEL_VEC_VNNI_KERNELS)
 
 #endif  // KELSC_CORE_VEC_KERNELS_DECL_H

@@ -59,6 +59,12 @@ std::vector<Variant> variants() {
 #if defined(KEL_HAVE_AVX2_VARIANT)
     v.push_back(KEL_VARIANT(avx2, kel::cpuHasAvx2()));
     v.push_back(KEL_VARIANT(avx512, kel::cpuHasAvx512()));
+    // The AVX-512 kernels with the VNNI sum and dot product.
+    Variant vnni = KEL_VARIANT(avx512, kel::cpuHasAvx512Vnni());
+    vnni.name = "avx512vnni";
+    vnni.sum = kel::avx512vnni::sum_16s;
+    vnni.dot = kel::avx512vnni::dot_16s;
+    v.push_back(vnni);
 #endif
     return v;
 }
@@ -172,12 +178,15 @@ TEST_P(SimdKernels, BitIdenticalToScalarModel) {
 
 // Runs long enough to pass several of the kernels' 32-bit accumulation
 // blocks, of the extreme operands (every pairwise sum 2^31, or the most
-// negative one), against the exact sum.
+// negative one; the largest low byte against -32768, the bound of the VNNI
+// form's low part), against the exact sum.
 TEST_P(SimdKernels, DotProductStaysExactOverLongRuns) {
     const Variant& k = GetParam();
     if (!k.available) GTEST_SKIP() << k.name << " not supported on this processor";
     const int n = 2 * 65536 * 32 + 777;
-    const struct { Kel16s a, b; } patterns[] = {{-32768, -32768}, {-32768, 32767}, {32767, 32767}};
+    const struct {
+        Kel16s a, b;
+    } patterns[] = {{-32768, -32768}, {-32768, 32767}, {32767, 32767}, {32767, -32768}, {-1, -32768}};
     for (const auto& p : patterns) {
         const V16 a(n, p.a), b(n, p.b);
         ASSERT_EQ(k.dot(a.data(), b.data(), n), int64_t{n} * p.a * p.b) << k.name;
