@@ -1,12 +1,14 @@
 // Vector kernels against a plain scalar loop of the same operation (built
 // without vectorisation, one basic operator per element, as reference code
-// is written), against memcpy of the bytes one operand streams, and against
+// is written), against memcpy of the bytes one operand streams, against
 // reading the operation's source bytes and nothing else (the floor the
-// processor's load bandwidth sets).
+// processor's load bandwidth sets), and, for the two-source kernels, against
+// their loads and stores with no arithmetic (the floor of the memory
+// traffic itself).
 //
 // Benchmark names are <operation>/<implementation>/<N>, with implementation
-// one of kelsc, scalar, memcpy and read; tools/bench_report.py turns a JSON
-// run into the ratio table of docs/PERFORMANCE.md.
+// one of kelsc, scalar, memcpy, read and traffic; tools/bench_report.py
+// turns a JSON run into the ratio table of docs/PERFORMANCE.md.
 #include <benchmark/benchmark.h>
 #include <string.h>
 
@@ -158,6 +160,31 @@ __attribute__((target_clones("avx512f", "avx2", "default"), noinline)) uint64_t 
     return orLanes(v0 | v1) | orWords(a, i, bytes) | orWords(b, i, bytes);
 }
 
+// --- Loads and stores only ----------------------------------------------------
+
+#if defined(__x86_64__)
+#include <immintrin.h>
+// The memory traffic of a two-source 16-bit kernel, 64 bytes at a time with
+// AVX-512: both sources read, the first stored to the destination, no
+// arithmetic (the second source's loads are kept by the empty asm). False
+// when the processor lacks AVX-512, and the benchmark then reports a skip.
+__attribute__((target("avx512f"), noinline)) void trafficTwo(const Kel16s* a, const Kel16s* b, Kel16s* d, int n) {
+    int i = 0;
+    for (; i + 128 <= n; i += 128) {
+        for (int k = 0; k < 128; k += 32) {
+            __m512i y = _mm512_loadu_si512(b + i + k);
+            __asm__ volatile("" : "+v"(y));
+            _mm512_storeu_si512(d + i + k, _mm512_loadu_si512(a + i + k));
+        }
+    }
+    for (; i < n; ++i) d[i] = a[i];
+}
+bool haveTraffic() { return __builtin_cpu_supports("avx512f"); }
+#else
+void trafficTwo(const Kel16s*, const Kel16s*, Kel16s*, int) {}
+bool haveTraffic() { return false; }
+#endif
+
 // --- One benchmark per (operation, implementation) ----------------------------
 
 template <typename F>
@@ -187,6 +214,17 @@ void run(benchmark::State& state, F&& body) {
               benchmark::DoNotOptimize((twoSources) ? readTwo(x.a, x.b, static_cast<size_t>(n) * 2) \
                                                     : readOne(x.a, static_cast<size_t>(n) * 2)))
 
+// The loads and stores of a two-source 16-bit operation, nothing else.
+#define KEL_TRAFFIC(op)                                                  \
+    void op##_traffic(benchmark::State& state) {                         \
+        if (!haveTraffic()) return state.SkipWithError("needs AVX-512"); \
+        run(state, [](Data& x, int n) {                                  \
+            trafficTwo(x.a, x.b, x.d16, n);                              \
+            benchmark::DoNotOptimize(x);                                 \
+        });                                                              \
+    }                                                                    \
+    BENCHMARK(op##_traffic)->Name(#op "/traffic")->Arg(40)->Arg(160)->Arg(1024)->Arg(4096);
+
 // memcpy of the bytes the operation writes (or, for reductions, reads
 // from one operand), into the operation's own destination.
 #define KEL_MEMCPY(op, bytesPerElement)                                                                   \
@@ -198,14 +236,17 @@ KEL_BENCH(Add_16s, kelsc, 2, kelsAdd_16s(x.a, x.b, x.d16, n))
 KEL_BENCH(Add_16s, scalar, 2, scalarAdd(x.a, x.b, x.d16, n))
 KEL_MEMCPY(Add_16s, 2)
 KEL_READ(Add_16s, true)
+KEL_TRAFFIC(Add_16s)
 KEL_BENCH(Sub_16s, kelsc, 2, kelsSub_16s(x.a, x.b, x.d16, n))
 KEL_BENCH(Sub_16s, scalar, 2, scalarSub(x.a, x.b, x.d16, n))
 KEL_MEMCPY(Sub_16s, 2)
 KEL_READ(Sub_16s, true)
+KEL_TRAFFIC(Sub_16s)
 KEL_BENCH(Mul_NR_16s_Sfs, kelsc, 2, kelsMul_NR_16s_Sfs(x.a, x.b, x.d16, n, 15))
 KEL_BENCH(Mul_NR_16s_Sfs, scalar, 2, scalarMulNR(x.a, x.b, x.d16, n))
 KEL_MEMCPY(Mul_NR_16s_Sfs, 2)
 KEL_READ(Mul_NR_16s_Sfs, true)
+KEL_TRAFFIC(Mul_NR_16s_Sfs)
 KEL_BENCH(Mul_16s32s_Sfs, kelsc, 4, kelsMul_16s32s_Sfs(x.a, x.b, x.d32, n, 0))
 KEL_BENCH(Mul_16s32s_Sfs, scalar, 4, scalarMul32(x.a, x.b, x.d32, n))
 KEL_MEMCPY(Mul_16s32s_Sfs, 4)
