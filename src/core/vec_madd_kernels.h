@@ -60,8 +60,7 @@ int64_t sum_16s(const Kel16s* s, int n) {
 // block of 128 vectors |r| < 2^31 and r is s - 256 e read as a signed 32-bit
 // value; |e| <= 128 * 2^23 stays inside 32 bits. Four pairs of sums, so that
 // consecutive vectors do not wait on the multiply-accumulate latency.
-inline void dotStep(const Kel16s* a, const Kel16s* b, __m512i& s, __m512i& e) {
-    __m512i x = _mm512_loadu_si512(a), y = _mm512_loadu_si512(b);
+inline void dotStep(__m512i x, __m512i y, __m512i& s, __m512i& e) {
     // Each operand is read once: left to itself the compiler folds the loads
     // into both multiply-accumulates and the shift, doubling the reads, and
     // the loop is bound by reads.
@@ -88,18 +87,16 @@ int64_t dot_16s(const Kel16s* a, const Kel16s* b, int n) {
         __m512i s0 = _mm512_setzero_si512(), s1 = s0, s2 = s0, s3 = s0;
         __m512i e0 = s0, e1 = s0, e2 = s0, e3 = s0;
         for (; i + 4 * kLanes16 <= end; i += 4 * kLanes16) {
-            dotStep(a + i, b + i, s0, e0);
-            dotStep(a + i + kLanes16, b + i + kLanes16, s1, e1);
-            dotStep(a + i + 2 * kLanes16, b + i + 2 * kLanes16, s2, e2);
-            dotStep(a + i + 3 * kLanes16, b + i + 3 * kLanes16, s3, e3);
+            dotStep(vload(a + i), vload(b + i), s0, e0);
+            dotStep(vload(a + i + kLanes16), vload(b + i + kLanes16), s1, e1);
+            dotStep(vload(a + i + 2 * kLanes16), vload(b + i + 2 * kLanes16), s2, e2);
+            dotStep(vload(a + i + 3 * kLanes16), vload(b + i + 3 * kLanes16), s3, e3);
         }
-        for (; i + kLanes16 <= end; i += kLanes16) dotStep(a + i, b + i, s0, e0);
+        for (; i + kLanes16 <= end; i += kLanes16) dotStep(vload(a + i), vload(b + i), s0, e0);
         if (i < end) {
             // The last, partial vector: masked lanes read as zero.
-            const __mmask32 m = (__mmask32{1} << (end - i)) - 1;
-            const __m512i x = _mm512_maskz_loadu_epi16(m, a + i), y = _mm512_maskz_loadu_epi16(m, b + i);
-            s1 = _mm512_dpwssd_epi32(s1, x, y);
-            e1 = _mm512_dpwssd_epi32(e1, _mm512_srai_epi16(x, 8), y);
+            const MaskedLoad load{(__mmask32{1} << (end - i)) - 1};
+            dotStep(load(a + i), load(b + i), s1, e1);
             i = end;
         }
         const __m512i s = _mm512_add_epi32(_mm512_add_epi32(s0, s1), _mm512_add_epi32(s2, s3));
