@@ -166,8 +166,9 @@ __attribute__((target_clones("avx512f", "avx2", "default"), noinline)) uint64_t 
 #include <immintrin.h>
 // The memory traffic of a two-source 16-bit kernel, 64 bytes at a time with
 // AVX-512: both sources read, the first stored to the destination, no
-// arithmetic (the second source's loads are kept by the empty asm). False
-// when the processor lacks AVX-512, and the benchmark then reports a skip.
+// arithmetic (the second source's loads are kept by the empty asm).
+// haveTraffic() is false when the processor lacks AVX-512, and the benchmark
+// then reports a skip.
 __attribute__((target("avx512f"), noinline)) void trafficTwo(const Kel16s* a, const Kel16s* b, Kel16s* d, int n) {
     int i = 0;
     for (; i + 128 <= n; i += 128) {
